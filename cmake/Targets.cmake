@@ -1,0 +1,70 @@
+# How the project's libraries, programs and tests are built.
+#
+#   core_library(NAME SOURCES ... HEADERS ... DEPENDS ...)
+#     A static library of the device software: no exceptions, no RTTI. Every
+#     header is compiled alone once, so that each one includes what it needs.
+#   core_test(NAME SOURCES ... DEPENDS ...)
+#     A GoogleTest program; each of its cases becomes a test with a time limit.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+
+# Seconds. Generous: a test that hangs must fail, a slow machine must not.
+set(TEST_TIME_LIMIT 120)
+
+find_package(Threads REQUIRED)
+
+add_library(build_options INTERFACE)
+target_compile_features(build_options INTERFACE cxx_std_17)
+target_compile_options(build_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wsign-conversion -Wextra-semi
+  $<$<BOOL:${HISTORY_CONVERT_WERROR}>:-Werror>)
+# Files past 2 GiB must fail for what they are, not for their offset.
+target_compile_definitions(build_options INTERFACE _FILE_OFFSET_BITS=64)
+target_include_directories(build_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_link_libraries(build_options INTERFACE Threads::Threads)
+
+# Classes derived from those of a core library have to do without RTTI, too.
+add_library(core_options INTERFACE)
+target_link_libraries(core_options INTERFACE build_options)
+target_compile_options(core_options INTERFACE -fno-exceptions -fno-rtti)
+
+add_library(test_options INTERFACE)
+target_link_libraries(test_options INTERFACE build_options)
+target_compile_options(test_options INTERFACE -fno-rtti)
+
+function(core_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;HEADERS;DEPENDS")
+  if(arg_SOURCES)
+    add_library(${name} STATIC ${arg_SOURCES})
+    set(scope PUBLIC)
+    target_link_libraries(${name} PRIVATE core_options)
+  else()
+    add_library(${name} INTERFACE)
+    set(scope INTERFACE)
+  endif()
+  target_sources(${name} ${scope} FILE_SET HEADERS
+    BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${arg_HEADERS})
+  target_link_libraries(${name} ${scope} ${arg_DEPENDS})
+  foreach(header ${arg_HEADERS})
+    string(MAKE_C_IDENTIFIER ${header} unit)
+    set(unit ${CMAKE_CURRENT_BINARY_DIR}/alone/${unit}.cpp)
+    file(RELATIVE_PATH path ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/${header})
+    file(CONFIGURE OUTPUT ${unit} CONTENT "#include \"${path}\"\n")
+    list(APPEND units ${unit})
+  endforeach()
+  add_library(${name}_headers OBJECT ${units})
+  target_link_libraries(${name}_headers PRIVATE core_options ${name})
+endfunction()
+
+function(core_test name)
+  if(NOT BUILD_TESTING)
+    return()
+  endif()
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;DEPENDS")
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE test_options ${arg_DEPENDS} GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${TEST_TIME_LIMIT})
+endfunction()
