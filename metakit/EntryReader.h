@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "metakit/Codec.h"
+#include "metakit/Source.h"
+#include "metakit/Structure.h"
+
+namespace Metakit {
+
+/// What a walk says of a column of packed integers.
+struct PackedEntry {
+  Extent block;
+  int width = 0;
+};
+
+/// What a walk says of a column of bytes or strings.
+struct BytesEntry {
+  Extent data;
+  /// One size per row, if there are data.
+  PackedEntry sizes;
+  Extent memos;
+};
+
+/// One entry of the memo walk: an item that stands apart from its column's data.
+struct Memo {
+  std::int32_t row;
+  Extent block;
+};
+
+/// Reads the entries of walks and holds each number against what it stands for: blocks lie within
+/// the file, widths, sums and nesting are possible. Nothing is stored that passes for more than the
+/// file can hold, so neither time nor memory exceed what its length accounts for. Every operation
+/// is false at the first thing that is wrong: then the file is damaged.
+class EntryReader {
+ public:
+  /// Lists every block met in `used`, unless that is null. Both must outlive this object.
+  explicit EntryReader(const Source& source, std::vector<Extent>* used = nullptr)
+      : _source(source), _used(used) {}
+
+  /// Columns of `rows` > 0 rows.
+  bool packed(WalkReader& walk, std::int32_t rows, PackedEntry& entry);
+  bool wide(WalkReader& walk, std::int32_t rows, Extent& entry);
+  bool bytes(WalkReader& walk, std::int32_t rows, BytesEntry& entry);
+  bool view(WalkReader& walk, std::int32_t rows, const Structure& structure, Extent& entry,
+            int depth = 0);
+
+  /// Passes over a whole sequence: a reserved 0, then what rows() reads.
+  bool sequence(WalkReader& walk, const Structure& structure, int depth = 0);
+
+  /// The number of rows and the entries of all columns, nested ones too.
+  bool rows(WalkReader& walk, const Structure& structure, int depth = 0);
+
+  /// The entries of a memo walk, in row order.
+  bool memos(Extent block, std::int32_t rows, std::vector<Memo>& list);
+
+ private:
+  bool extent(WalkReader& walk, Extent& block);
+  bool sizesAddUp(const BytesEntry& entry, std::int32_t rows);
+
+  const Source& _source;
+  std::vector<Extent>* const _used;
+  /// Bytes of all blocks met; more than the file has means that blocks overlap.
+  std::int64_t _total = 0;
+};
+
+}  // namespace Metakit

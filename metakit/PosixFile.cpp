@@ -1,0 +1,127 @@
+#include "metakit/PosixFile.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+
+namespace Metakit {
+
+namespace {
+
+constexpr std::size_t smallestMapping = 64 * 1024;
+
+bool mayOnlyBeRead(int error) {
+  return error == EACCES || error == EPERM || error == EROFS;
+}
+
+}  // namespace
+
+std::unique_ptr<File> PosixFile::open(const char* path, bool write) {
+  // Without O_NONBLOCK a FIFO would hold the caller up until somebody writes to it.
+  const int flags = O_CLOEXEC | O_NONBLOCK;
+  bool writable = write;
+  int descriptor = write ? ::open(path, O_RDWR | O_CREAT | flags, 0666) : -1;
+  if (descriptor < 0 && (!write || mayOnlyBeRead(errno))) {
+    writable = false;
+    descriptor = ::open(path, O_RDONLY | flags);
+  }
+  struct stat status = {};
+  if (descriptor < 0) {
+    return nullptr;
+  }
+  if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+    ::close(descriptor);
+    return nullptr;
+  }
+  return std::unique_ptr<File>(new PosixFile(descriptor, writable));
+}
+
+PosixFile::~PosixFile() {
+  PosixFile::close();
+  for (const Mapping& mapping : _mappings) {
+    ::munmap(mapping.start, mapping.size);
+  }
+}
+
+std::int64_t PosixFile::length() const {
+  struct stat status = {};
+  return ::fstat(_descriptor, &status) == 0 ? status.st_size : 0;
+}
+
+const std::uint8_t* PosixFile::bytes(std::int64_t offset, std::size_t size) {
+  const auto start = static_cast<std::uint64_t>(offset);
+  const std::uint64_t needed = start + size;
+  if (_mappings.empty() || _mappings.back().size < needed) {
+    // Room for the file to double, so that one that grows is not mapped anew at each commit. The
+    // part past its end cannot be read, and is not.
+    const std::uint64_t wanted = std::max<std::uint64_t>(2 * needed, smallestMapping);
+    if (!map(wanted) && !map(needed)) {
+      return nullptr;
+    }
+  }
+  return _mappings.back().start + start;
+}
+
+bool PosixFile::map(std::uint64_t size) {
+  if (size > static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max())) {
+    return false;
+  }
+  const auto room = static_cast<std::size_t>(size);
+  void* mapped = ::mmap(nullptr, room, PROT_READ, MAP_SHARED, _descriptor, 0);
+  if (mapped == MAP_FAILED) {
+    return false;
+  }
+  _mappings.push_back({static_cast<std::uint8_t*>(mapped), room});
+  return true;
+}
+
+int PosixFile::write(std::int64_t offset, const void* bytes, std::size_t size) {
+  const auto* at = static_cast<const std::uint8_t*>(bytes);
+  while (size > 0) {
+    const ssize_t written = ::pwrite(_descriptor, at, size, offset);
+    if (written < 0 && errno != EINTR) {
+      return errno;
+    }
+    if (written == 0) {
+      return EIO;
+    }
+    if (written > 0) {
+      at += written;
+      offset += written;
+      size -= static_cast<std::size_t>(written);
+    }
+  }
+  return 0;
+}
+
+int PosixFile::truncate(std::int64_t length) {
+  while (::ftruncate(_descriptor, length) != 0) {
+    if (errno != EINTR) {
+      return errno;
+    }
+  }
+  return 0;
+}
+
+int PosixFile::flush() {
+  while (::fdatasync(_descriptor) != 0) {
+    if (errno != EINTR) {
+      return errno;
+    }
+  }
+  return 0;
+}
+
+void PosixFile::close() {
+  if (_descriptor >= 0) {
+    ::close(_descriptor);
+    _descriptor = -1;
+  }
+}
+
+}  // namespace Metakit

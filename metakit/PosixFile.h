@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "metakit/File.h"
+
+namespace Metakit {
+
+/// A file of the operating system. What is written goes through the descriptor, what is read comes
+/// from a mapping, which the system keeps at one with it. Interrupted and short writes are
+/// continued.
+class PosixFile : public File {
+ public:
+  /// A `FileOpener` for the operating system's files. Anything but a regular file is refused.
+  static std::unique_ptr<File> open(const char* path, bool write);
+
+  ~PosixFile() override;
+  PosixFile(const PosixFile&) = delete;
+  PosixFile& operator=(const PosixFile&) = delete;
+
+  std::int64_t length() const override;
+  bool writable() const override { return _writable; }
+  const std::uint8_t* bytes(std::int64_t offset, std::size_t size) override;
+  int write(std::int64_t offset, const void* bytes, std::size_t size) override;
+  int truncate(std::int64_t length) override;
+  int flush() override;
+  void close() override;
+
+ private:
+  struct Mapping {
+    std::uint8_t* start;
+    std::size_t size;
+  };
+
+  PosixFile(int descriptor, bool writable) : _descriptor(descriptor), _writable(writable) {}
+
+  bool map(std::uint64_t size);
+
+  int _descriptor;
+  const bool _writable;
+  /// The last one is in use; those before it are kept for the bytes given out of them.
+  std::vector<Mapping> _mappings;
+};
+
+}  // namespace Metakit

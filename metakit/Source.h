@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <utility>
+
+#include "metakit/Codec.h"
+#include "metakit/File.h"
+
+namespace Metakit {
+
+/// Where the stored blocks of a datafile are read from: its file, where it starts there, and how
+/// far the last commit reaches. Shared by all columns of the datafile, so that a view can be read
+/// after its storage was closed.
+class Source {
+ public:
+  /// Takes ownership of the file. Positions count from `base`.
+  Source(std::unique_ptr<File> file, std::int64_t base, std::int32_t limit, ByteOrder order)
+      : _file(std::move(file)), _base(base), _limit(limit), _order(order) {}
+
+  File& file() const { return *_file; }
+  std::int64_t base() const { return _base; }
+  ByteOrder order() const { return _order; }
+
+  /// Blocks end before this position. To be moved on by every commit that makes the file longer.
+  std::int32_t limit() const { return _limit; }
+  void setLimit(std::int32_t limit) { _limit = limit; }
+
+  /// Whether a block stands where one may stand.
+  bool holds(Extent block) const {
+    return block.position >= markSize && block.size > 0 && block.size <= _limit - block.position;
+  }
+
+  /// The bytes of a block; null for one of size 0 and when the file cannot be read.
+  /// REQUIRES: holds(block), or its size is 0. Valid as long as this object lives.
+  const std::uint8_t* bytes(Extent block) const {
+    return block.size == 0
+               ? nullptr
+               : _file->bytes(_base + block.position, static_cast<std::size_t>(block.size));
+  }
+
+ private:
+  std::unique_ptr<File> _file;
+  std::int64_t _base;
+  std::int32_t _limit;
+  ByteOrder _order;
+};
+
+}  // namespace Metakit

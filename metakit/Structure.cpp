@@ -1,0 +1,190 @@
+#include "metakit/Structure.h"
+
+#include <cstddef>
+#include <mutex>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+namespace Metakit {
+
+namespace {
+
+/// Lower case by ASCII alone: what a file means must not depend on the locale.
+char lower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+std::string lower(std::string_view text) {
+  std::string result(text);
+  for (char& c : result) {
+    c = lower(c);
+  }
+  return result;
+}
+
+/// Reads a description from left to right.
+class Parser {
+ public:
+  explicit Parser(std::string_view text) : _text(text) {}
+
+  /// The whole text.
+  bool root(Structure& structure) { return fields(structure, 0) && _at == _text.size(); }
+
+ private:
+  /// Fields up to the end of the text or a closing bracket, which is left where it is.
+  bool fields(Structure& structure, int depth) {
+    if (depth > maxNesting) {
+      return false;
+    }
+    std::unordered_set<std::string> names;
+    if (atFieldsEnd()) {
+      return true;
+    }
+    do {
+      Field one;
+      if (!field(one, structure, depth)) {
+        return false;
+      }
+      if (names.insert(lower(one.name)).second) {
+        structure.fields.push_back(std::move(one));
+      }
+    } while (take(','));
+    return atFieldsEnd();
+  }
+
+  bool field(Field& one, const Structure& enclosing, int depth) {
+    const std::size_t end = std::min(_text.find_first_of(":[],", _at), _text.size());
+    one.name = _text.substr(_at, end - _at);
+    _at = end;
+    if (take('[')) {
+      one.type = 'V';
+      return nested(one, enclosing, depth) && take(']');
+    }
+    return !take(':') || type(one.type);
+  }
+
+  bool nested(Field& one, const Structure& enclosing, int depth) {
+    if (take('^')) {
+      one.rows = &enclosing;
+      return true;
+    }
+    one.ownRows = std::make_unique<Structure>();
+    one.rows = one.ownRows.get();
+    return fields(*one.ownRows, depth + 1);
+  }
+
+  bool type(char& type) {
+    if (_at == _text.size()) {
+      return false;
+    }
+    const char letter = lower(_text[_at++]);
+    // Old files have memo properties; they hold bytes.
+    type = letter == 'm' ? 'B' : static_cast<char>(letter - 'a' + 'A');
+    return std::string_view("ilfdbsm").find(letter) != std::string_view::npos;
+  }
+
+  bool take(char c) {
+    if (_at == _text.size() || _text[_at] != c) {
+      return false;
+    }
+    ++_at;
+    return true;
+  }
+
+  bool atFieldsEnd() const { return _at == _text.size() || _text[_at] == ']'; }
+
+  std::string_view _text;
+  std::size_t _at = 0;
+};
+
+}  // namespace
+
+int Structure::find(std::string_view name) const {
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    if (isSameName(fields[i].name, name)) {
+      return static_cast<int>(i);
+    }
+  }
+  return -1;
+}
+
+std::string Structure::description() const {
+  std::string text;
+  for (const Field& field : fields) {
+    if (&field != &fields.front()) {
+      text += ',';
+    }
+    text += field.description();
+  }
+  return text;
+}
+
+std::string Field::description() const {
+  if (type != 'V') {
+    return name + ':' + type;
+  }
+  return name + '[' + (isRecursive() ? "^" : rows->description()) + ']';
+}
+
+std::unique_ptr<Structure> Structure::clone() const {
+  auto copy = std::make_unique<Structure>();
+  for (const Field& field : fields) {
+    Field one;
+    one.name = field.name;
+    one.type = field.type;
+    if (field.ownRows != nullptr) {
+      one.ownRows = field.ownRows->clone();
+      one.rows = one.ownRows.get();
+    } else if (field.isRecursive()) {
+      one.rows = copy.get();
+    }
+    copy->fields.push_back(std::move(one));
+  }
+  return copy;
+}
+
+bool Structure::isSameAs(const Structure& other) const {
+  if (fields.size() != other.fields.size()) {
+    return false;
+  }
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    const Field& a = fields[i];
+    const Field& b = other.fields[i];
+    if (a.type != b.type || !isSameName(a.name, b.name) || a.isRecursive() != b.isRecursive() ||
+        (a.ownRows != nullptr && !a.rows->isSameAs(*b.rows))) {
+      return false;
+    }
+  }
+  return true;
+}
+
+std::unique_ptr<Structure> parseStructure(std::string_view description) {
+  auto structure = std::make_unique<Structure>();
+  if (!Parser(description).root(*structure)) {
+    return nullptr;
+  }
+  return structure;
+}
+
+bool isSameName(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) {
+    return false;
+  }
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (lower(a[i]) != lower(b[i])) {
+      return false;
+    }
+  }
+  return true;
+}
+
+const std::string* internName(std::string_view name) {
+  // Never destroyed: static properties of other files may go after any static of this one.
+  static auto& lock = *new std::mutex;
+  static auto& names = *new std::unordered_map<std::string, std::string>;
+  const std::lock_guard<std::mutex> guard(lock);
+  return &names.try_emplace(lower(name), name).first->second;
+}
+
+}  // namespace Metakit
