@@ -1,0 +1,169 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "persist/history/Ring.h"
+#include "persist/history/Schema0System.h"
+
+namespace Pvn::Persist::History::Kiv::Schema1::Bramal::System {
+
+/// One day or month of a system's history in schema 1: the fields of schema 0, an 11th `intArray`
+/// element and ten more fields. It is a stored format: the record holds its 272 bytes as they lie
+/// here, padding spelled out and zero, so that equal values are equal bytes.
+class Period {
+ public:
+  Period() = default;
+
+  /// Takes a schema 0 period over and sets all that it did not have to zero. This goes for `minC`
+  /// and `maxC`, too: they are 0.0, not their start values, for the period is already under way.
+  Period(const Pvn::Persist::History::Kiv::Schema0::Bramal::System::Period& old);
+
+  std::int32_t time0 = 0;
+  std::int32_t time1 = 0;
+  std::int16_t shortValue1 = 0;
+  std::uint8_t padding10[6] = {};
+  alignas(8) double realValue1 = 0.0;
+  std::int32_t intValue1 = 0;
+  std::uint8_t padding28[4] = {};
+  alignas(8) double realValue2 = 0.0;
+  std::int32_t intValue2 = 0;
+  std::uint8_t padding44[4] = {};
+  alignas(8) double minA = 0.0;
+  alignas(8) double maxA = 0.0;
+  alignas(8) double minB = 0.0;
+  alignas(8) double maxB = 0.0;
+  alignas(8) double realValue3 = 0.0;
+  alignas(8) double realValue4 = 0.0;
+  std::int32_t intValue3 = 0;
+  std::uint8_t padding100[4] = {};
+  alignas(8) double realValue5 = 0.0;
+  alignas(8) double realValue6 = 0.0;
+  std::int32_t intValue4 = 0;
+  std::int16_t shortArray[15] = {};
+  std::uint8_t padding154[2] = {};
+  std::int32_t intArray[11] = {};
+  std::int16_t shortValue2 = 0;
+  std::uint8_t padding202[2] = {};
+  std::int32_t intValue5 = 0;
+  std::int32_t intValue6 = 0;
+  std::uint8_t padding212[4] = {};
+  alignas(8) double realValue7 = 0.0;
+  std::int32_t intValue7 = 0;
+  std::uint8_t padding228[4] = {};
+  alignas(8) double minC = 0.0;
+  alignas(8) double maxC = 0.0;
+  alignas(8) double realValue8 = 0.0;
+  alignas(8) double realValue9 = 0.0;
+  std::int32_t intValue8 = 0;
+  std::uint8_t padding268[4] = {};
+};
+
+static_assert(std::is_standard_layout_v<Period>);
+static_assert(std::is_trivially_copyable_v<Period>);
+static_assert(sizeof(Period) == 272);
+static_assert(alignof(Period) == 8);
+static_assert(offsetof(Period, time0) == 0);
+static_assert(offsetof(Period, time1) == 4);
+static_assert(offsetof(Period, shortValue1) == 8);
+static_assert(offsetof(Period, padding10) == 10);
+static_assert(offsetof(Period, realValue1) == 16);
+static_assert(offsetof(Period, intValue1) == 24);
+static_assert(offsetof(Period, padding28) == 28);
+static_assert(offsetof(Period, realValue2) == 32);
+static_assert(offsetof(Period, intValue2) == 40);
+static_assert(offsetof(Period, padding44) == 44);
+static_assert(offsetof(Period, minA) == 48);
+static_assert(offsetof(Period, maxA) == 56);
+static_assert(offsetof(Period, minB) == 64);
+static_assert(offsetof(Period, maxB) == 72);
+static_assert(offsetof(Period, realValue3) == 80);
+static_assert(offsetof(Period, realValue4) == 88);
+static_assert(offsetof(Period, intValue3) == 96);
+static_assert(offsetof(Period, padding100) == 100);
+static_assert(offsetof(Period, realValue5) == 104);
+static_assert(offsetof(Period, realValue6) == 112);
+static_assert(offsetof(Period, intValue4) == 120);
+static_assert(offsetof(Period, shortArray) == 124);
+static_assert(offsetof(Period, padding154) == 154);
+static_assert(offsetof(Period, intArray) == 156);
+static_assert(offsetof(Period, shortValue2) == 200);
+static_assert(offsetof(Period, padding202) == 202);
+static_assert(offsetof(Period, intValue5) == 204);
+static_assert(offsetof(Period, intValue6) == 208);
+static_assert(offsetof(Period, padding212) == 212);
+static_assert(offsetof(Period, realValue7) == 216);
+static_assert(offsetof(Period, intValue7) == 224);
+static_assert(offsetof(Period, padding228) == 228);
+static_assert(offsetof(Period, minC) == 232);
+static_assert(offsetof(Period, maxC) == 240);
+static_assert(offsetof(Period, realValue8) == 248);
+static_assert(offsetof(Period, realValue9) == 256);
+static_assert(offsetof(Period, intValue8) == 264);
+static_assert(offsetof(Period, padding268) == 268);
+
+/// The history of one system in schema 1: a ring of 9 days and one of 14 months. It is a stored
+/// format, 6280 bytes written to the database as they lie here (docs/history-records.md tells it
+/// byte by byte). A plain value: its holder owns it, and one thread at a time may use it. Cleared
+/// periods always carry the start values of their minima and maxima. Nothing is fatal; indices are
+/// not checked.
+class Record {
+ public:
+  /// All periods cleared, all else zero.
+  Record();
+
+  /// The same, with the current day and month begun at `t`.
+  explicit Record(long t);
+
+  /// Takes a schema 0 record over, ring position by ring position. No period gets start values
+  /// here, and the padding of `old` is left behind.
+  Record(const Pvn::Persist::History::Kiv::Schema0::Bramal::System::Record& old);
+
+  /// Both times of the current period become `t`, cut to the 32 stored bits.
+  void initializeCurrentDayTime(long t);
+  void initializeCurrentMonthTime(long t);
+
+  /// Writes start values that the first real value will replace: each minimum at the top of its
+  /// range, each maximum at the bottom. REQUIRES: `d` is 0 to 8, `m` is 0 to 13.
+  void initializeMinMaxDayFields(int d);
+  void initializeMinMaxMonthFields(int m);
+
+  /// Sets every byte of the period to zero, then writes its start values.
+  /// REQUIRES: `d` is 0 to 8, `m` is 0 to 13.
+  void clearDayHistory(int d);
+  void clearMonthHistory(int m);
+  void clearAllDaysHistory();
+  void clearAllMonthsHistory();
+
+  /// Clears both rings and the header.
+  void clearHistory();
+
+  /// Begins a new day or month at `t`: every period moves one place older, the oldest is lost, and
+  /// the current one starts cleared, with start values. The other ring is untouched.
+  void shiftDays(long t);
+  void shiftMonths(long t);
+
+  std::int32_t headerWord1 = 0;
+  std::int32_t headerWord2 = 0;
+  std::int16_t headerShortsA[4] = {};
+  std::int16_t headerShortsB[4] = {};
+
+  /// Index 0 is the current day.
+  Period days[Ring::dayCount];
+  /// Index 0 is the current month.
+  Period months[Ring::monthCount];
+};
+
+static_assert(std::is_standard_layout_v<Record>);
+static_assert(std::is_trivially_copyable_v<Record>);
+static_assert(sizeof(Record) == 6280);
+static_assert(alignof(Record) == 8);
+static_assert(offsetof(Record, headerWord1) == 0);
+static_assert(offsetof(Record, headerWord2) == 4);
+static_assert(offsetof(Record, headerShortsA) == 8);
+static_assert(offsetof(Record, headerShortsB) == 16);
+static_assert(offsetof(Record, days) == 24);
+static_assert(offsetof(Record, months) == 2472);
+
+}  // namespace Pvn::Persist::History::Kiv::Schema1::Bramal::System

@@ -1,0 +1,115 @@
+#include "persist/history/Schema1System.h"
+
+#include <gtest/gtest.h>
+
+#include "persist/history/HistoryTesting.h"
+
+namespace {
+
+using namespace HistoryTesting;
+using Pvn::Persist::History::Kiv::Schema1::Bramal::System::Period;
+using Pvn::Persist::History::Kiv::Schema1::Bramal::System::Record;
+namespace Old = Pvn::Persist::History::Kiv::Schema0::Bramal::System;
+
+Fields<Period> periodFields() {
+  Fields<Period> fields = systemPeriodFields<Period>();
+  const Fields<Period> added = {field(200, "shortValue2", &Period::shortValue2),
+                                field(204, "intValue5", &Period::intValue5),
+                                field(208, "intValue6", &Period::intValue6),
+                                field(216, "realValue7", &Period::realValue7),
+                                field(224, "intValue7", &Period::intValue7),
+                                field(232, "minC", &Period::minC),
+                                field(240, "maxC", &Period::maxC),
+                                field(248, "realValue8", &Period::realValue8),
+                                field(256, "realValue9", &Period::realValue9),
+                                field(264, "intValue8", &Period::intValue8)};
+  fields.insert(fields.end(), added.begin(), added.end());
+  return fields;
+}
+
+/// Every byte of an old record random, its padding too.
+class Schema1SystemConversionTest : public ::testing::Test {
+ protected:
+  const Image before = Image::random(4624);
+  const Image after = Image::ofNew<Record>(before.as<Old::Record>());
+};
+
+TEST(Schema1SystemPeriodTest, StartsAllZero) {
+  EXPECT_EQ(Image::ofNew<Period>().difference(Image(272)), "");
+}
+
+TEST(Schema1SystemPeriodTest, KeepsEachFieldAtItsOffset) {
+  expectFieldsAtTheirOffsets(periodFields());
+}
+
+TEST(Schema1SystemPeriodTest, TakesTheOldFieldsAndZeroesAllElse) {
+  const Image before = Image::random(200);
+  Image expected(272);
+  copyFields(systemPeriodFields<Old::Period>(), before, 0, expected, 0);
+  EXPECT_EQ(Image::ofNew<Period>(before.as<Old::Period>()).difference(expected), "");
+}
+
+TEST(Schema1SystemRecordTest, KeepsEachFieldAtItsOffset) {
+  ASSERT_EQ(sizeof(Record), 6280U);
+  expectFieldsAtTheirOffsets(recordFields(systemHeaderFields<Record>(), periodFields(), 24, 2472));
+}
+
+TEST(Schema1SystemRecordTest, EveryPeriodOfARecordWithATimeHasStartValues) {
+  Image expected(6280);
+  for (std::size_t period = 24; period < 6280; period += 272) {
+    expected.put(period + 48, 8, bitsOf(140.0)).put(period + 56, 8, bitsOf(-40.0));
+    expected.put(period + 64, 8, bitsOf(100.0));
+    expected.put(period + 232, 8, bitsOf(140.0)).put(period + 240, 8, bitsOf(-40.0));
+  }
+  for (const std::size_t current : {24U, 2472U}) {
+    expected.put(current, 4, 1000).put(current + 4, 4, 1000);
+  }
+  EXPECT_EQ(Image::ofNew<Record>(1000L).difference(expected), "");
+}
+
+TEST_F(Schema1SystemConversionTest, KeepsTheHeader) {
+  for (std::size_t i = 0; i < 24; ++i) {
+    EXPECT_EQ(after.byte(i), before.byte(i)) << i;
+  }
+}
+
+TEST_F(Schema1SystemConversionTest, KeepsEachFieldAtItsRingPositionAndZeroesAllElse) {
+  Image expected(6280);
+  copyFields(systemHeaderFields<Old::Record>(), before, 0, expected, 0);
+  for (std::size_t i = 0; i < 9 + 14; ++i) {
+    copyFields(systemPeriodFields<Old::Period>(), before, 24 + i * 200, expected, 24 + i * 272);
+  }
+  EXPECT_EQ(after.difference(expected), "");
+}
+
+TEST_F(Schema1SystemConversionTest, NewFieldsAreZeroAndNotStartValues) {
+  const auto record = after.as<Record>();
+  for (const Period& month : record.months) {
+    EXPECT_EQ(month.intArray[10], 0);
+    EXPECT_EQ(month.shortValue2, 0);
+    EXPECT_EQ(month.intValue5, 0);
+    EXPECT_EQ(month.intValue6, 0);
+    EXPECT_EQ(bitsOf(month.realValue7), 0U);
+    EXPECT_EQ(month.intValue7, 0);
+    EXPECT_EQ(bitsOf(month.minC), 0U);
+    EXPECT_EQ(bitsOf(month.maxC), 0U);
+    EXPECT_EQ(bitsOf(month.realValue8), 0U);
+    EXPECT_EQ(bitsOf(month.realValue9), 0U);
+    EXPECT_EQ(month.intValue8, 0);
+  }
+}
+
+TEST(Schema1SystemRecordTest, ConvertedPeriodBeginsWithTheOldOnesBytesWhenPaddingIsZero) {
+  Image before(4624);
+  copyFields(
+      recordFields(systemHeaderFields<Old::Record>(), systemPeriodFields<Old::Period>(), 24, 1824),
+      Image::random(4624), 0, before, 0);
+  const Image after = Image::ofNew<Record>(before.as<Old::Record>());
+  for (std::size_t i = 0; i < 9 + 14; ++i) {
+    Image expected(272);
+    expected.copy(before, 24 + i * 200, 0, 196);
+    EXPECT_EQ(Image(272).copy(after, 24 + i * 272, 0, 272).difference(expected), "") << i;
+  }
+}
+
+}  // namespace
