@@ -23,6 +23,10 @@ std::int64_t tailPosition(std::int64_t base, std::int64_t position) {
   return inSector <= sectorSize - tailSize ? position : position + sectorSize - inSector;
 }
 
+Mark tailOf(Extent rootWalk) {
+  return {Mark::Kind::CommitTail, {}, rootWalk.size, rootWalk.position};
+}
+
 /// The mark at `offset`; none when the file does not reach there.
 Mark markAt(File& file, std::int64_t offset) {
   if (offset < 0 || offset + markSize > file.length()) {
@@ -182,7 +186,8 @@ int Datafile::commit() {
   if (!_source->file().writable()) {
     return EROFS;
   }
-  if (!_root->changed()) {
+  // A file without views is not even begun.
+  if (!_root->changed() || _root->structure().fields.empty()) {
     return 0;
   }
   const std::string description = _root->structure().description();
@@ -211,14 +216,13 @@ int Datafile::commit() {
   if (commit.failed()) {
     return EFBIG;
   }
-  const Extent before = std::exchange(_rootWalk, rootWalk);
-  const int error = write(commit, grows, static_cast<std::int32_t>(limit));
+  const int error = write(commit, rootWalk, grows, static_cast<std::int32_t>(limit));
   if (error != 0) {
-    _rootWalk = before;
     return error;
   }
 
   std::vector<Extent> free = commit.finish();
+  _rootWalk = rootWalk;
   if (grows) {
     free.push_back({blocksEnd, end - tailSize - blocksEnd});
     if (_end > 0) {
@@ -238,16 +242,25 @@ int Datafile::commit() {
   return 0;
 }
 
-int Datafile::write(const Commit& commit, bool grows, std::int32_t limit) {
+int Datafile::write(const Commit& commit, Extent rootWalk, bool grows, std::int32_t limit) {
   int error = writeBlocks(commit, grows, limit);
   if (error == 0) {
-    error = writeTail(grows, limit);
+    error = writeTail(rootWalk, grows, limit);
   }
-  if (error != 0 && grows) {
-    // Best effort: the file opens at the last commit without it, too.
-    _source->file().truncate(_source->base() + _end);
+  if (error != 0) {
+    restore(grows);
   }
   return error;
+}
+
+/// Best effort: the file opens at the last commit without it, too, unless the tail got there in
+/// spite of the error.
+void Datafile::restore(bool grows) {
+  if (grows) {
+    _source->file().truncate(_source->base() + _end);
+  } else {
+    writeMark(_end - markSize, tailOf(_rootWalk));
+  }
 }
 
 int Datafile::writeBlocks(const Commit& commit, bool grows, std::int32_t limit) {
@@ -280,8 +293,8 @@ int Datafile::writeBlocks(const Commit& commit, bool grows, std::int32_t limit) 
   return error != 0 ? error : flush();
 }
 
-int Datafile::writeTail(bool grows, std::int32_t limit) {
-  const Mark tail = {Mark::Kind::CommitTail, {}, _rootWalk.size, _rootWalk.position};
+int Datafile::writeTail(Extent rootWalk, bool grows, std::int32_t limit) {
+  const Mark tail = tailOf(rootWalk);
   if (!grows) {
     return writeMark(limit + markSize, tail);
   }

@@ -53,10 +53,11 @@ class Datafile {
   bool readRoot();
   void startEmpty();
 
-  int write(const Commit& commit, bool grows, std::int32_t limit);
+  int write(const Commit& commit, Extent rootWalk, bool grows, std::int32_t limit);
   int writeBlocks(const Commit& commit, bool grows, std::int32_t limit);
+  int writeTail(Extent rootWalk, bool grows, std::int32_t limit);
+  void restore(bool grows);
   int writeHeader(std::int32_t end);
-  int writeTail(bool grows, std::int32_t limit);
   int writeMark(std::int32_t position, const Mark& mark);
   int flush();
 
