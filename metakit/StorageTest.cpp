@@ -10,6 +10,7 @@
 
 #include "metakit/MemoryDisk.h"
 #include "metakit/mk4.h"
+#include "tests/support/HexDump.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -62,17 +63,15 @@ TEST_F(StorageTest, WritesTheDocumentedBytes) {
   view.Add(rowOf(1, ""));
   view.Add(rowOf(300, "hello"));
   ASSERT_TRUE(storage.Commit());
-  const unsigned char expected[] = {
-      0x4A, 0x4C, 0x1A, 0x00, 0x00, 0x00, 0x00, 0x47,        // header, end = 71
-      0x03, 0x00, 0x01, 0x00, 0x2C, 0x01,                    // keys, 16 bits each
-      'a',  'b',  'c',  'h',  'e',  'l',  'l',  'o',         // records end to end
-      0x03, 0x05,                                            // their sizes, 4 bits each
-      0x80, 0x83, 0x86, 0x88, 0x88, 0x8E, 0x82, 0x96, 0x80,  // the rows of T
-      0x80, 0x91, 'T',  '[',  'K',  'e',  'y',  ':',  'I',  ',',  'R', 'e',  // root walk
-      'c',  'o',  'r',  'd',  ':',  'B',  ']',  0x81, 0x89, 0x98,            //
-      0x80, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x37,                        // skip tail
-      0x80, 0x00, 0x00, 0x16, 0x00, 0x00, 0x00, 0x21};                       // commit tail
-  EXPECT_EQ(disk[path], std::string(std::begin(expected), std::end(expected)));
+  const std::string bytes = TestSupport::hexDump(disk[path]);
+  EXPECT_EQ(bytes,
+            "0000  4a 4c 1a 00 00 00 00 47 03 00 01 00 2c 01 61 62\n"
+            "0010  63 68 65 6c 6c 6f 03 05 80 83 86 88 88 8e 82 96\n"
+            "0020  80 80 91 54 5b 4b 65 79 3a 49 2c 52 65 63 6f 72\n"
+            "0030  64 3a 42 5d 81 89 98 80 00 00 00 00 00 00 37 80\n"
+            "0040  00 00 16 00 00 00 21\n");
+  const std::string page = TestSupport::readFile(DATAFILE_PAGE);
+  EXPECT_NE(page.find("```\n" + bytes + "```\n"), std::string::npos) << DATAFILE_PAGE;
 }
 
 TEST_F(StorageTest, FindsWhatWasCommittedAndNothingElse) {

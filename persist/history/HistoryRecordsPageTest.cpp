@@ -1,11 +1,10 @@
-#include <cstddef>
-#include <cstdio>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "persist/history/HistoryTesting.h"
 #include "persist/history/Schema0Zone.h"
+#include "tests/support/HexDump.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -13,27 +12,12 @@ namespace {
 using HistoryTesting::Image;
 using Pvn::Persist::History::Kiv::Schema0::Bramal::Zone::Record;
 
-/// The first `size` bytes, 16 to a line, each line beginning with its offset.
-std::string dump(const Image& image, std::size_t size) {
-  std::string text;
-  char part[24];
-  for (std::size_t i = 0; i < size; ++i) {
-    if (i % 16 == 0) {
-      std::snprintf(part, sizeof part, "%s%04zx ", i == 0 ? "" : "\n", i);
-      text += part;
-    }
-    std::snprintf(part, sizeof part, " %02x", static_cast<unsigned>(image.byte(i)));
-    text += part;
-  }
-  return text + "\n";
-}
-
 TEST(HistoryRecordsPageTest, WorkedDumpIsWhatTheClassWrites) {
   Record record(3, 1000000000);
   record.headerWord1 = 7;
   record.days[0].shortArray[0] = -2;
   record.days[0].intValue1 = 100000;
-  const std::string bytes = dump(Image::of(record), 112);
+  const std::string bytes = TestSupport::hexDump(Image::of(record).text(112));
   EXPECT_EQ(bytes,
             "0000  03 00 00 00 07 00 00 00 00 00 00 00 00 00 00 00\n"
             "0010  00 ca 9a 3b 00 ca 9a 3b fe ff 00 00 00 00 00 00\n"

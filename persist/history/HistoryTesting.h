@@ -43,6 +43,11 @@ class Image {
     return of(*new (memory.data()) Object(std::forward<Arguments>(arguments)...));
   }
 
+  /// The first `size` bytes.
+  std::string text(std::size_t size) const {
+    return {_bytes.begin(), _bytes.begin() + static_cast<std::ptrdiff_t>(size)};
+  }
+
   template <class Object>
   Object as() const {
     Object object;
