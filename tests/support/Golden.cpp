@@ -9,9 +9,8 @@
 #include <fstream>
 #include <ostream>
 
+#include <mk4.h>
 #include <nlohmann/json.hpp>
-
-#include "metakit/mk4.h"
 
 namespace TestSupport {
 
@@ -48,8 +47,8 @@ std::vector<GoldenFile> readGoldenFiles() {
   const auto json = nlohmann::ordered_json::parse(stream);
   std::vector<GoldenFile> files;
   for (const auto& [name, file] : json.items()) {
-    files.push_back({name, folder + "/" + name, file.at("description"), tables(file.at("input")),
-                     tables(file.at("converted"))});
+    files.push_back({name, (folder + '/').append(name), file.at("description"),
+                     tables(file.at("input")), tables(file.at("converted"))});
   }
   return files;
 }

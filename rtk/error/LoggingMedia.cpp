@@ -1,0 +1,17 @@
+#include "rtk/error/LoggingMedia.h"
+
+#include "rtk/thread/PosixMutex.h"
+
+namespace Rtk {
+
+namespace {
+
+PosixMutex _loggingMutex;
+
+}  // namespace
+
+Mutex& LoggingMedia::getMutex() {
+  return _loggingMutex;
+}
+
+}  // namespace Rtk

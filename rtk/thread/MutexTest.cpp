@@ -1,0 +1,109 @@
+#include "rtk/thread/Mutex.h"
+
+#include <functional>
+#include <string>
+#include <thread>
+#include <type_traits>
+
+#include <gtest/gtest.h>
+
+#include "rtk/thread/PosixMutex.h"
+#include "rtk/thread/PrivilegedMutex.h"
+
+namespace {
+
+constexpr int rounds = 2000;
+
+/// What two threads count to, each adding one `rounds` times between its `enter` and `leave`. They
+/// invite each other to come in between: without exclusion the count falls short.
+int countTogether(const std::function<void(Rtk::Mutex&)>& enter,
+                  const std::function<void(Rtk::Mutex&)>& leave, Rtk::Mutex& one,
+                  Rtk::Mutex& other) {
+  int count = 0;
+  const auto add = [&](Rtk::Mutex& mutex) {
+    for (int i = 0; i < rounds; ++i) {
+      enter(mutex);
+      const int seen = count;
+      std::this_thread::yield();
+      count = seen + 1;
+      leave(mutex);
+    }
+  };
+  std::thread second([&] { add(other); });
+  add(one);
+  second.join();
+  return count;
+}
+
+void lock(Rtk::Mutex& mutex) {
+  mutex.lock();
+}
+void unlock(Rtk::Mutex& mutex) {
+  mutex.unlock();
+}
+
+void lockThriceUnlockOnce(Rtk::Mutex& mutex) {
+  mutex.lock();
+  mutex.lock();
+  mutex.lock();
+  mutex.unlock();
+}
+
+void unlockTwice(Rtk::Mutex& mutex) {
+  mutex.unlock();
+  mutex.unlock();
+}
+
+/// What every kind of lock has to do.
+template <class T>
+class MutexTest : public ::testing::Test {
+ protected:
+  T mutex;
+};
+
+using Mutexes = ::testing::Types<Rtk::PosixMutex, Rtk::PrivilegedMutex>;
+
+struct MutexNames {
+  template <class T>
+  static std::string GetName(int) {
+    return std::is_same<T, Rtk::PosixMutex>::value ? "PosixMutex" : "PrivilegedMutex";
+  }
+};
+
+TYPED_TEST_SUITE(MutexTest, Mutexes, MutexNames);
+
+TYPED_TEST(MutexTest, LetsOneThreadInAtATime) {
+  EXPECT_EQ(countTogether(lock, unlock, this->mutex, this->mutex), 2 * rounds);
+}
+
+TYPED_TEST(MutexTest, StaysHeldUntilTheLastOfSeveralUnlocks) {
+  EXPECT_EQ(countTogether(lockThriceUnlockOnce, unlockTwice, this->mutex, this->mutex), 2 * rounds);
+}
+
+TYPED_TEST(MutexTest, IsFreeAfterAsManyUnlocksAsLocks) {
+  EXPECT_EQ(this->mutex.lock(), 0);
+  EXPECT_EQ(this->mutex.lock(), 0);
+  EXPECT_EQ(this->mutex.unlock(), 0);
+  EXPECT_EQ(this->mutex.unlock(), 0);
+  std::thread([this] {
+    EXPECT_EQ(this->mutex.lock(), 0);
+    EXPECT_EQ(this->mutex.unlock(), 0);
+  }).join();
+}
+
+TEST(PrivilegedMutexTest, IsOneLockInAllObjects) {
+  Rtk::PrivilegedMutex one;
+  Rtk::PrivilegedMutex other;
+  EXPECT_EQ(countTogether(lock, unlock, one, other), 2 * rounds);
+}
+
+TEST(PrivilegedMutexTest, CanBeGivenBackThroughAnotherObject) {
+  Rtk::PrivilegedMutex one;
+  {
+    Rtk::PrivilegedMutex other;
+    other.lock();
+  }
+  EXPECT_EQ(one.unlock(), 0);
+}
+
+}  // namespace

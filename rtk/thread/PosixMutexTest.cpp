@@ -1,0 +1,39 @@
+#include "rtk/thread/PosixMutex.h"
+
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "rtk/thread/RecordedCalls.h"
+
+namespace {
+
+using TestSupport::RecordedCalls;
+
+TEST(PosixMutexTest, IsALockOfItsOwn) {
+  Rtk::PosixMutex one;
+  Rtk::PosixMutex other;
+  one.lock();
+  std::thread([&other] {
+    other.lock();
+    other.unlock();
+  }).join();
+  EXPECT_EQ(one.unlock(), 0);
+}
+
+TEST(PosixMutexTest, IsUnlockedBeforeItIsDestroyed) {
+  RecordedCalls calls;
+  { Rtk::PosixMutex mutex; }
+  EXPECT_EQ(calls.text(), "pthread_mutex_unlock\npthread_mutex_destroy\n");
+}
+
+TEST(PosixMutexTest, TellsWhatTheSystemAnswers) {
+  Rtk::PosixMutex mutex;
+  RecordedCalls calls;
+  calls.answer("pthread_mutex_lock", 11);
+  calls.answer("pthread_mutex_unlock", 1);
+  EXPECT_EQ(mutex.lock(), 11);
+  EXPECT_EQ(mutex.unlock(), 1);
+}
+
+}  // namespace

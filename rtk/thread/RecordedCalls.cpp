@@ -1,0 +1,131 @@
+#include "rtk/thread/RecordedCalls.h"
+
+#include <pthread.h>
+#include <semaphore.h>
+#include <time.h>
+
+#include <cerrno>
+#include <utility>
+
+namespace TestSupport {
+
+namespace {
+
+thread_local RecordedCalls* current = nullptr;
+
+/// For the calls that return -1 and leave the error number in errno.
+int performWithErrno(const std::string& name, const std::string& arguments,
+                     const std::function<int()>& call) {
+  const int error =
+      RecordedCalls::perform(name, arguments, [&call] { return call() == 0 ? 0 : errno; });
+  if (error == 0) {
+    return 0;
+  }
+  errno = error;
+  return -1;
+}
+
+}  // namespace
+
+RecordedCalls::RecordedCalls() {
+  current = this;
+}
+
+RecordedCalls::~RecordedCalls() {
+  current = nullptr;
+}
+
+void RecordedCalls::answer(const std::string& name, int error, int first, int times) {
+  Plan& plan = _plans[name];
+  plan.error = error;
+  plan.firstAnswered = plan.calls + first;
+  plan.lastAnswered = plan.firstAnswered + times - 1;
+}
+
+void RecordedCalls::before(const std::string& name, std::function<void()> hook) {
+  _plans[name].hook = std::move(hook);
+}
+
+int RecordedCalls::perform(const std::string& name, const std::string& arguments,
+                           const std::function<int()>& call) {
+  RecordedCalls* const calls = current;
+  calls->mark(name + arguments);
+  Plan& plan = calls->_plans[name];
+  ++plan.calls;
+  if (plan.hook) {
+    current = nullptr;
+    plan.hook();
+    current = calls;
+  }
+  if (plan.firstAnswered <= plan.calls && plan.calls <= plan.lastAnswered) {
+    return plan.error;
+  }
+  return call();
+}
+
+}  // namespace TestSupport
+
+// The linker's --wrap option gives these names to the calls and to what they stand before.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+
+// Nothing is done before the look at `current`: the runtimes of the sanitizers come here, too, when
+// the program has hardly begun.
+#define RECORD(name, parameters, passed, perform, arguments)                \
+  int __real_##name parameters;                                             \
+  int __wrap_##name parameters;                                             \
+  int __wrap_##name parameters {                                            \
+    if (TestSupport::current == nullptr) {                                  \
+      return __real_##name passed;                                          \
+    }                                                                       \
+    return perform(#name, arguments, [&] { return __real_##name passed; }); \
+  }
+
+using TestSupport::performWithErrno;
+using TestSupport::RecordedCalls;
+
+namespace {
+
+std::string list(long long a) {
+  return "(" + std::to_string(a) + ")";
+}
+std::string list(long long a, long long b) {
+  return "(" + std::to_string(a) + ", " + std::to_string(b) + ")";
+}
+
+}  // namespace
+
+extern "C" {
+
+RECORD(pthread_mutex_lock, (pthread_mutex_t * mutex), (mutex), RecordedCalls::perform, "")
+RECORD(pthread_mutex_unlock, (pthread_mutex_t * mutex), (mutex), RecordedCalls::perform, "")
+RECORD(pthread_mutex_destroy, (pthread_mutex_t * mutex), (mutex), RecordedCalls::perform, "")
+RECORD(sem_init, (sem_t * semaphore, int shared, unsigned count), (semaphore, shared, count),
+       performWithErrno, list(shared, count))
+RECORD(sem_destroy, (sem_t * semaphore), (semaphore), performWithErrno, "")
+RECORD(sem_post, (sem_t * semaphore), (semaphore), performWithErrno, "")
+RECORD(sem_wait, (sem_t * semaphore), (semaphore), performWithErrno, "")
+RECORD(nanosleep, (const timespec* duration, timespec* rest), (duration, rest), performWithErrno,
+       list(duration->tv_sec, duration->tv_nsec))
+RECORD(pthread_key_create, (pthread_key_t * key, void (*destructor)(void*)), (key, destructor),
+       RecordedCalls::perform, destructor == nullptr ? "" : "(destructor)")
+RECORD(pthread_attr_init, (pthread_attr_t * attribute), (attribute), RecordedCalls::perform, "")
+RECORD(pthread_attr_destroy, (pthread_attr_t * attribute), (attribute), RecordedCalls::perform, "")
+RECORD(pthread_attr_setdetachstate, (pthread_attr_t * attribute, int state), (attribute, state),
+       RecordedCalls::perform, state == PTHREAD_CREATE_DETACHED ? "(detached)" : "(joinable)")
+RECORD(pthread_attr_setstacksize, (pthread_attr_t * attribute, size_t size), (attribute, size),
+       RecordedCalls::perform, list(static_cast<long long>(size)))
+RECORD(pthread_create,
+       (pthread_t * thread, const pthread_attr_t* attribute, void* (*entry)(void*), void* argument),
+       (thread, attribute, entry, argument), RecordedCalls::perform, "")
+RECORD(pthread_join, (pthread_t thread, void** result), (thread, result), RecordedCalls::perform,
+       "")
+RECORD(pthread_getschedparam, (pthread_t thread, int* policy, sched_param* parameter),
+       (thread, policy, parameter), RecordedCalls::perform, "")
+RECORD(pthread_setschedparam, (pthread_t thread, int policy, const sched_param* parameter),
+       (thread, policy, parameter), RecordedCalls::perform, list(policy, parameter->sched_priority))
+RECORD(pthread_setschedprio, (pthread_t thread, int priority), (thread, priority),
+       RecordedCalls::perform, list(priority))
+
+}  // extern "C"
+
+// NOLINTEND(bugprone-reserved-identifier)
