@@ -1,0 +1,17 @@
+#include "rtk/messaging/Close.h"
+
+#include "rtk/messaging/SyncReturnHandler.h"
+
+namespace Rtk {
+
+Close::Close(PostMessageApi& postMessageApi)
+    : Open(postMessageApi), _closeSAP(*this, postMessageApi) {}
+
+void Close::close() {
+  SyncReturnHandler returnHandler;
+  ClosePayload payload;
+  ServerRequest<CloseReqApi, ClosePayload> request(*this, payload, returnHandler);
+  _closeSAP.getPostMessageApi().postSync(request);
+}
+
+}  // namespace Rtk

@@ -1,0 +1,11 @@
+#include "rtk/messaging/SyncReturnHandler.h"
+
+namespace Rtk {
+
+SyncReturnHandler::SyncReturnHandler() : _sender(Thread::getCurrent()) {}
+
+void SyncReturnHandler::rts() {
+  _sender->signal();
+}
+
+}  // namespace Rtk
