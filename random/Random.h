@@ -1,0 +1,27 @@
+#pragma once
+
+/// Random numbers from the random device of the system, which supplies the keys of records that are
+/// made without one. The device is opened once and stays open to the end of the process. A device
+/// that cannot be opened or read is told on standard error and is not fatal.
+namespace Pvn::Random {
+
+/// Opens the device. To be called once, before the first number is taken; takes no lock.
+void initialize();
+
+namespace Signed {
+
+/// A number of 32 random bits, so that any value can come, negative ones included; 0 after a failed
+/// read. Any thread.
+int get();
+
+}  // namespace Signed
+
+namespace Posix {
+
+/// The descriptor of the device; negative when it could not be opened. It starts as 0, which makes
+/// a number that is taken before initialize() come from standard input.
+extern int fd;
+
+}  // namespace Posix
+
+}  // namespace Pvn::Random
