@@ -1,0 +1,100 @@
+#include "database/TableSync.h"
+
+#include <optional>
+
+#include <gtest/gtest.h>
+
+#include "database/SyncTesting.h"
+
+namespace {
+
+using namespace DatabaseTesting;
+using Pvn::Database::Persist::Table::Sync;
+using ReqApi = Pvn::Database::Persist::Table::Req::Api;
+using RecordApi = Pvn::Database::Record::Api;
+
+class FakeTable : public ReqApi {
+ public:
+  explicit FakeTable(Server& server) : sync(server, *this), _server(server) {}
+  ~FakeTable() override { _server.mark("end "); }
+
+  void request(Rtk::ServerRequest<ReqApi, OpenFirstRecordPayload>& request) override {
+    openFirstRecord = request.getPayload();
+    request.getPayload()._result = handleIn<RecordApi>(openFirstRecord->_mem);
+    _server.reply(request, "openFirstRecord");
+  }
+  void request(Rtk::ServerRequest<ReqApi, CreateRecordWithKeyPayload>& request) override {
+    createRecordWithKey = request.getPayload();
+    request.getPayload()._result = handleIn<RecordApi>(createRecordWithKey->_mem);
+    _server.reply(request, "createRecordWithKey");
+  }
+  void request(Rtk::ServerRequest<ReqApi, CreateRecordPayload>& request) override {
+    createRecord = request.getPayload();
+    request.getPayload()._result = handleIn<RecordApi>(createRecord->_mem);
+    _server.reply(request, "createRecord");
+  }
+  void request(Rtk::ServerRequest<ReqApi, DestroyPayload>& request) override {
+    Server& server = _server;
+    this->~FakeTable();
+    server.reply(request, "destroy");
+  }
+
+  Sync sync;
+  std::optional<OpenFirstRecordPayload> openFirstRecord;
+  std::optional<CreateRecordWithKeyPayload> createRecordWithKey;
+  std::optional<CreateRecordPayload> createRecord;
+
+ private:
+  Server& _server;
+};
+
+class TableSyncTest : public SyncTest<FakeTable> {
+ protected:
+  const char data[4] = {};
+  RecordApi* result = nullptr;
+};
+
+TEST_F(TableSyncTest, OpenFirstRecordCarriesItsArgumentsThereAndItsResultBack) {
+  call([&] { result = target->sync.openFirstRecord(memory, 17); });
+  EXPECT_EQ(server.marks(), "call openFirstRecord return");
+  EXPECT_EQ(target->openFirstRecord->_mem, memory);
+  EXPECT_EQ(target->openFirstRecord->_memSize, 17U);
+  EXPECT_EQ(target->openFirstRecord->_result, nullptr);
+  EXPECT_EQ(result, handleIn<RecordApi>(memory));
+}
+
+TEST_F(TableSyncTest, CreateRecordWithKeyCarriesItsArgumentsThereAndItsResultBack) {
+  call([&] { result = target->sync.createRecordWithKey(data, memory, 17, -7); });
+  EXPECT_EQ(server.marks(), "call createRecordWithKey return");
+  EXPECT_EQ(target->createRecordWithKey->_data, data);
+  EXPECT_EQ(target->createRecordWithKey->_mem, memory);
+  EXPECT_EQ(target->createRecordWithKey->_memSize, 17U);
+  EXPECT_EQ(target->createRecordWithKey->_key, -7);
+  EXPECT_EQ(target->createRecordWithKey->_result, nullptr);
+  EXPECT_EQ(result, handleIn<RecordApi>(memory));
+}
+
+TEST_F(TableSyncTest, CreateRecordCarriesItsArgumentsThereAndItsResultBack) {
+  call([&] { result = target->sync.createRecord(data, memory, 17); });
+  EXPECT_EQ(server.marks(), "call createRecord return");
+  EXPECT_EQ(target->createRecord->_data, data);
+  EXPECT_EQ(target->createRecord->_mem, memory);
+  EXPECT_EQ(target->createRecord->_memSize, 17U);
+  EXPECT_EQ(target->createRecord->_result, nullptr);
+  EXPECT_EQ(result, handleIn<RecordApi>(memory));
+}
+
+TEST_F(TableSyncTest, DestroyReturnsWhenTheTargetHasEnded) {
+  call([&] {
+    target->sync.destroy();
+    target.reuse();
+  });
+  EXPECT_EQ(server.marks(), "call end destroy return");
+}
+
+TEST_F(TableSyncTest, AccessPointLeadsToTargetAndServer) {
+  EXPECT_EQ(&target->sync.getSAP()->getRequestApi(), target.operator->());
+  EXPECT_EQ(&target->sync.getSAP()->getPostMessageApi(), &server);
+}
+
+}  // namespace
