@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdio>
+
+namespace Pvn::Database::Metakit::Persist {
+
+/// Tells of a failure of the database: one line on standard output. Any thread.
+inline void warn(const char* line) {
+  std::printf("%s", line);
+}
+
+/// Whether `memSize` bytes have room for an `Object`; warns if not. Any thread.
+template <class Object>
+bool isEnoughMemory(unsigned int memSize, const char* warning) {
+  if (memSize < sizeof(Object)) {
+    warn(warning);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace Pvn::Database::Metakit::Persist
