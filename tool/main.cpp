@@ -1,0 +1,14 @@
+#include <unistd.h>
+
+#include "tool/CommandLine.h"
+#include "tool/Servers.h"
+#include "tool/Threads.h"
+
+int main(int argc, char* argv[]) {
+  readCommandLine(argc, argv);
+  startThread(creator, "creator");
+  // The process ends from the creator's thread.
+  for (;;) {
+    ::pause();
+  }
+}
