@@ -170,35 +170,33 @@ void BytesColumn::noteOffsets() {
   }
 }
 
-BytesColumn::Cell BytesColumn::storedCell(std::int32_t row) const {
-  Cell cell;
+BytesColumn::Place BytesColumn::storedPlace(std::int32_t row) const {
   const auto memo =
       std::lower_bound(_memos.begin(), _memos.end(), row,
                        [](const Memo& candidate, std::int32_t at) { return candidate.row < at; });
   if (memo != _memos.end() && memo->row == row) {
-    cell.block = memo->block;
-    cell.memo = true;
-    return cell;
+    return {memo->block, true};
   }
+  Place place;
   if (_sizes == nullptr) {
-    return cell;
+    return place;
   }
   const auto sizeAt = [this](std::int32_t at) {
     return packedGet(_sizes, _entry.sizes.width, at, _source->order());
   };
-  cell.block.position = _entry.data.position + _offsets[static_cast<std::size_t>(row / stride)];
+  place.block.position = _entry.data.position + _offsets[static_cast<std::size_t>(row / stride)];
   for (std::int32_t before = row - row % stride; before < row; ++before) {
-    cell.block.position += sizeAt(before);
+    place.block.position += sizeAt(before);
   }
-  cell.block.size = sizeAt(row);
-  return cell;
+  place.block.size = sizeAt(row);
+  return place;
 }
 
 std::vector<BytesColumn::Cell>& BytesColumn::own() {
   if (!_inMemory) {
     _cells.reserve(static_cast<std::size_t>(_rows));
     for (std::int32_t row = 0; row < _rows; ++row) {
-      _cells.push_back(storedCell(row));
+      _cells.push_back({storedPlace(row), nullptr});
     }
     _offsets = {};
     _memos = {};
@@ -208,43 +206,48 @@ std::vector<BytesColumn::Cell>& BytesColumn::own() {
 }
 
 const std::uint8_t* BytesColumn::bytesOf(const Cell& cell) const {
-  return cell.fresh != nullptr ? cell.fresh.get() : Metakit::bytesOf(_source, cell.block);
+  return cell.fresh != nullptr ? cell.fresh.get() : Metakit::bytesOf(_source, cell.place.block);
 }
 
 BytesColumn::Item BytesColumn::at(std::int32_t row) const {
+  Item item = {nullptr, 0};
   if (_inMemory) {
     const Cell& cell = _cells[static_cast<std::size_t>(row)];
-    return {bytesOf(cell), cell.block.size};
+    item = {bytesOf(cell), cell.place.block.size};
+  } else {
+    const Extent block = storedPlace(row).block;
+    item = {Metakit::bytesOf(_source, block), block.size};
   }
-  const Cell cell = storedCell(row);
-  return {bytesOf(cell), cell.block.size};
+  // An item that cannot be read any more is none.
+  return item.bytes != nullptr ? item : Item{nullptr, 0};
 }
 
-void BytesColumn::forget(const Cell& cell) {
-  if (cell.memo && cell.fresh == nullptr) {
-    _dropped.push_back(cell.block);
-  } else if (cell.block.size > 0 && !cell.memo) {
-    _dataChanged = true;
+void BytesColumn::noteChange(const Cell& cell) {
+  if (!cell.place.memo) {
+    _dataChanged = _dataChanged || cell.place.block.size > 0;
+  } else if (cell.fresh == nullptr) {
+    _dropped.push_back(cell.place.block);
   }
 }
 
 void BytesColumn::set(std::int32_t row, const void* bytes, std::int32_t size) {
   const Item before = at(row);
   const auto length = static_cast<std::size_t>(size);
-  if (before.size == size && (size == 0 || std::memcmp(before.bytes, bytes, length) == 0)) {
+  if (before.size == size &&
+      (before.bytes == nullptr || std::memcmp(before.bytes, bytes, length) == 0)) {
     return;
   }
   Cell cell;
-  cell.block.size = size;
-  cell.memo = size > inlineLimit;
+  cell.place.block.size = size;
+  cell.place.memo = size > inlineLimit;
   if (size > 0) {
     cell.fresh = std::make_unique<std::uint8_t[]>(length);
     std::memcpy(cell.fresh.get(), bytes, length);
   }
-  Cell& place = own()[static_cast<std::size_t>(row)];
-  forget(place);
-  forget(cell);
-  place = std::move(cell);
+  Cell& old = own()[static_cast<std::size_t>(row)];
+  noteChange(old);
+  noteChange(cell);
+  old = std::move(cell);
   _changed = true;
 }
 
@@ -257,7 +260,7 @@ void BytesColumn::append() {
 void BytesColumn::remove(std::int32_t row, std::int32_t count) {
   std::vector<Cell>& cells = own();
   for (std::int32_t i = row; i < row + count; ++i) {
-    forget(cells[static_cast<std::size_t>(i)]);
+    noteChange(cells[static_cast<std::size_t>(i)]);
   }
   cells.erase(cells.begin() + row, cells.begin() + row + count);
   _rows -= count;
@@ -287,16 +290,16 @@ void BytesColumn::save(Commit& commit, Bytes& walk) {
   Bytes memos;
   std::int32_t passed = 0;
   // Where each item is to be; positions of inline items count from the start of the data.
-  std::vector<Cell> places(_cells.size());
+  std::vector<Place> places(_cells.size());
   for (std::size_t i = 0; i < _cells.size(); ++i) {
     const Cell& cell = _cells[i];
-    Cell& place = places[i];
-    place.block = cell.block;
+    Place& place = places[i];
+    place = cell.place;
     // Inline items that have to be moved anyway are moved out if they are long.
-    place.memo = cell.memo || (_dataChanged && cell.block.size > inlineLimit);
+    place.memo = place.memo || (_dataChanged && place.block.size > inlineLimit);
     if (place.memo) {
-      if (cell.fresh != nullptr || !cell.memo) {
-        place.block = commit.place(bytesOf(cell), cell.block.size);
+      if (cell.fresh != nullptr || !cell.place.memo) {
+        place.block = commit.place(bytesOf(cell), place.block.size);
       }
       appendInteger(memos, passed);
       appendExtent(memos, place.block);
@@ -305,11 +308,11 @@ void BytesColumn::save(Commit& commit, Bytes& walk) {
       continue;
     }
     ++passed;
-    sizes.append(cell.block.size);
-    if (_dataChanged && cell.block.size > 0) {
+    sizes.append(place.block.size);
+    if (_dataChanged && place.block.size > 0) {
       const std::uint8_t* bytes = bytesOf(cell);
       place.block.position = static_cast<std::int32_t>(data.size());
-      data.insert(data.end(), bytes, bytes + cell.block.size);
+      data.insert(data.end(), bytes, bytes + place.block.size);
     }
   }
   BytesEntry entry;
@@ -327,14 +330,15 @@ void BytesColumn::save(Commit& commit, Bytes& walk) {
   commit.release(_dropped);
   appendEntry(walk, entry);
 
-  auto settled = std::make_shared<std::vector<Cell>>(std::move(places));
-  commit.whenDone([this, entry, settled] {
-    for (Cell& place : *settled) {
-      if (_dataChanged && !place.memo) {
-        place.block.position += entry.data.position;
+  commit.whenDone([this, entry, places = std::move(places)] {
+    for (std::size_t i = 0; i < _cells.size(); ++i) {
+      Cell& cell = _cells[i];
+      cell.place = places[i];
+      cell.fresh = nullptr;
+      if (_dataChanged && !cell.place.memo) {
+        cell.place.block.position += entry.data.position;
       }
     }
-    _cells = std::move(*settled);
     _entry = entry;
     _changed = false;
     _dataChanged = false;
@@ -349,8 +353,8 @@ void BytesColumn::listBlocks(std::vector<Extent>& blocks) const {
     blocks.push_back(memo.block);
   }
   for (const Cell& cell : _cells) {
-    if (cell.memo && cell.fresh == nullptr) {
-      blocks.push_back(cell.block);
+    if (cell.place.memo && cell.fresh == nullptr) {
+      blocks.push_back(cell.place.block);
     }
   }
 }

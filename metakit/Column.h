@@ -130,22 +130,25 @@ class BytesColumn : public Column {
   void listBlocks(std::vector<Extent>& blocks) const override;
 
  private:
-  /// Where an item is.
-  struct Cell {
-    /// In the file, if it is not `fresh`.
+  /// Where an item is, or is to be, in the file.
+  struct Place {
     Extent block;
     bool memo = false;
-    /// In memory, not yet written: block.size bytes.
+  };
+  struct Cell {
+    Place place;
+    /// An item that is not written yet: place.block.size bytes.
     std::unique_ptr<std::uint8_t[]> fresh;
   };
   /// Rows between two noted offsets into the stored data.
   static constexpr std::int32_t stride = 64;
 
   void noteOffsets();
-  Cell storedCell(std::int32_t row) const;
+  Place storedPlace(std::int32_t row) const;
   std::vector<Cell>& own();
   const std::uint8_t* bytesOf(const Cell& cell) const;
-  void forget(const Cell& cell);
+  /// To be called for an item that goes and for one that comes.
+  void noteChange(const Cell& cell);
   static void appendEntry(Bytes& walk, const BytesEntry& entry);
 
   const std::shared_ptr<Source> _source;

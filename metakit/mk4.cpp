@@ -58,7 +58,9 @@ c4_Row::c4_Row(const c4_Row& other) : c4_Row() {
 }
 
 c4_Row& c4_Row::operator=(const c4_Row& other) {
-  _table->assign(0, *other._table, 0);
+  if (&other != this) {
+    _table->assign(0, *other._table, 0);
+  }
   return *this;
 }
 
