@@ -23,78 +23,67 @@ unsigned long threadInfo(const char** name) {
   return thread->getId();
 }
 
+/// Calls `write`, which writes one record, with the log held, and ends the process.
+template <class Write>
+[[noreturn]] void writeAndExit(const Write& write) {
+  Mutex& mutex = LoggingMedia::getMutex();
+  mutex.lock();
+  write();
+  mutex.unlock();
+  FatalError::exit(-1);
+}
+
+/// The same for a record with the calling thread: `write` gets its name and id.
+template <class Write>
+[[noreturn]] void writeNamedAndExit(const Write& write) {
+  writeAndExit([&write] {
+    // Asked for with the log held: where there is no such thread, that record takes its place.
+    const char* name = nullptr;
+    const unsigned long id = threadInfo(&name);
+    write(name, id);
+  });
+}
+
 }  // namespace
 
 void FatalError::logRawAndExit(const char* message) {
-  Mutex& mutex = LoggingMedia::getMutex();
-  mutex.lock();
-  std::fprintf(stderr, "@@ FATAL ERROR: %s.\n", message);
-  mutex.unlock();
-  exit(-1);
+  writeAndExit([=] { std::fprintf(stderr, "@@ FATAL ERROR: %s.\n", message); });
 }
 
 void FatalError::logRawAndExit(const char* message, const char* detail) {
-  Mutex& mutex = LoggingMedia::getMutex();
-  mutex.lock();
-  std::fprintf(stderr, "@@ FATAL ERROR: %s. %s.\n", message, detail);
-  mutex.unlock();
-  exit(-1);
+  writeAndExit([=] { std::fprintf(stderr, "@@ FATAL ERROR: %s. %s.\n", message, detail); });
 }
 
 void FatalError::logRawAndExit(const char* message, unsigned long value) {
-  Mutex& mutex = LoggingMedia::getMutex();
-  mutex.lock();
-  std::fprintf(stderr, "@@ FATAL ERROR: %s. (0x%lx).\n", message, value);
-  mutex.unlock();
-  exit(-1);
+  writeAndExit([=] { std::fprintf(stderr, "@@ FATAL ERROR: %s. (0x%lx).\n", message, value); });
 }
 
 void FatalError::logRawAndExit(const char* message, void* pointer) {
-  Mutex& mutex = LoggingMedia::getMutex();
-  mutex.lock();
-  std::fprintf(stderr, "@@ FATAL ERROR: %s. (p=%p).\n", message, pointer);
-  mutex.unlock();
-  exit(-1);
+  writeAndExit([=] { std::fprintf(stderr, "@@ FATAL ERROR: %s. (p=%p).\n", message, pointer); });
 }
 
 void FatalError::logAndExit(const char* message) {
-  Mutex& mutex = LoggingMedia::getMutex();
-  mutex.lock();
-  const char* name = nullptr;
-  const unsigned long id = threadInfo(&name);
-  std::fprintf(stderr, "@@ FATAL ERROR [%s (%05lX)]: %s.\n", name, id, message);
-  mutex.unlock();
-  exit(-1);
+  writeNamedAndExit([=](const char* name, unsigned long id) {
+    std::fprintf(stderr, "@@ FATAL ERROR [%s (%05lX)]: %s.\n", name, id, message);
+  });
 }
 
 void FatalError::logAndExit(const char* message, const char* detail) {
-  Mutex& mutex = LoggingMedia::getMutex();
-  mutex.lock();
-  const char* name = nullptr;
-  const unsigned long id = threadInfo(&name);
-  std::fprintf(stderr, "@@ FATAL ERROR [%s (%05lX)]: %s. %s.\n", name, id, message, detail);
-  mutex.unlock();
-  exit(-1);
+  writeNamedAndExit([=](const char* name, unsigned long id) {
+    std::fprintf(stderr, "@@ FATAL ERROR [%s (%05lX)]: %s. %s.\n", name, id, message, detail);
+  });
 }
 
 void FatalError::logAndExit(const char* message, unsigned long value) {
-  Mutex& mutex = LoggingMedia::getMutex();
-  mutex.lock();
-  const char* name = nullptr;
-  const unsigned long id = threadInfo(&name);
-  std::fprintf(stderr, "@@ FATAL ERROR [%s (%05lX)]: %s. (0x%lx).\n", name, id, message, value);
-  mutex.unlock();
-  exit(-1);
+  writeNamedAndExit([=](const char* name, unsigned long id) {
+    std::fprintf(stderr, "@@ FATAL ERROR [%s (%05lX)]: %s. (0x%lx).\n", name, id, message, value);
+  });
 }
 
 void FatalError::logAndExit(const char* message, void* pointer) {
-  Mutex& mutex = LoggingMedia::getMutex();
-  mutex.lock();
-  const char* name = nullptr;
-  const unsigned long id = threadInfo(&name);
-  std::fprintf(stderr, "@@ FATAL ERROR [%s (%05lX)]: %s. (p=%p).\n", name, id, message, pointer);
-  mutex.unlock();
-  exit(-1);
+  writeNamedAndExit([=](const char* name, unsigned long id) {
+    std::fprintf(stderr, "@@ FATAL ERROR [%s (%05lX)]: %s. (p=%p).\n", name, id, message, pointer);
+  });
 }
 
 void FatalError::exit(int status) {

@@ -8,10 +8,13 @@
 #include <cstdlib>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "rtk/error/LoggingMedia.h"
+#include "rtk/error/WrittenPieces.h"
+#include "rtk/thread/RecordedCalls.h"
 #include "tests/support/Child.h"
 #include "tests/support/RtkThread.h"
 
@@ -21,6 +24,8 @@ using Rtk::FatalError;
 using TestSupport::inChild;
 using TestSupport::onRtkThread;
 using TestSupport::Outcome;
+using TestSupport::piecesWrittenBy;
+using TestSupport::RecordedCalls;
 
 void* const anAddress = reinterpret_cast<void*>(0xbeef);
 
@@ -35,6 +40,8 @@ const RecordCase rawRecords[] = {
     {[] { FatalError::logRawAndExit("x", 255UL); }, "@@ FATAL ERROR: x. (0xff).\n"},
     {[] { FatalError::logRawAndExit("x", 0UL); }, "@@ FATAL ERROR: x. (0x0).\n"},
     {[] { FatalError::logRawAndExit("x", anAddress); }, "@@ FATAL ERROR: x. (p=0xbeef).\n"},
+    {[] { FatalError::logRawAndExit("x", static_cast<void*>(nullptr)); },
+     "@@ FATAL ERROR: x. (p=(nil)).\n"},
     {[] { FatalError::logRawAndExit("done.", "so.\n"); }, "@@ FATAL ERROR: done.. so.\n.\n"},
     {[] { FatalError::logRawAndExit("%s %d"); }, "@@ FATAL ERROR: %s %d.\n"},
 };
@@ -72,6 +79,57 @@ TEST(FatalErrorDeathTest, WritesTheThreadIntoTheOtherRecords) {
     EXPECT_EQ(inChild([&test] { onRtkThread(test.log, "creator", 0x2A); }),
               (Outcome{255, "", test.record}));
   }
+}
+
+TEST(FatalErrorDeathTest, HoldsTheLogForTheWholeRecordAndFreesItBeforeTheExit) {
+  const auto logMarked = [](const RecordCase& test) {
+    std::atexit([] { std::fputs("exit", stderr); });
+    RecordedCalls calls;
+    calls.before("pthread_mutex_lock", [] { std::fputs("(", stderr); });
+    calls.before("pthread_mutex_unlock", [&calls] {
+      std::fputs(")", stderr);
+      calls.before("pthread_mutex_unlock", [] {});
+    });
+    test.log();
+  };
+  for (const RecordCase& test : rawRecords) {
+    EXPECT_EQ(inChild([&] { logMarked(test); }),
+              (Outcome{255, "", std::string("(") + test.record + ")exit"}));
+  }
+  for (const RecordCase& test : namedRecords) {
+    EXPECT_EQ(inChild([&] { onRtkThread([&] { logMarked(test); }, "creator", 0x2A); }),
+              (Outcome{255, "", std::string("(") + test.record + ")exit"}));
+  }
+}
+
+TEST(FatalErrorDeathTest, AsksForTheThreadWithTheLogHeld) {
+  for (const RecordCase& test : namedRecords) {
+    const Outcome outcome = inChild([&test] {
+      onRtkThread([] {});
+      RecordedCalls calls;
+      calls.before("pthread_mutex_lock", [] { std::fputs("(", stderr); });
+      test.log();
+    });
+    EXPECT_EQ(outcome, (Outcome{255, "", std::string("((") + notAnRtkThread}));
+  }
+}
+
+TEST(FatalErrorDeathTest, WritesEachRecordAtOnce) {
+  for (const RecordCase& test : rawRecords) {
+    EXPECT_EQ(piecesWrittenBy(test.log), std::vector<std::string>{test.record});
+  }
+  for (const RecordCase& test : namedRecords) {
+    EXPECT_EQ(piecesWrittenBy([&test] { onRtkThread(test.log, "creator", 0x2A); }),
+              std::vector<std::string>{test.record});
+  }
+}
+
+TEST(FatalErrorDeathTest, ExitsWhenItCannotWrite) {
+  const Outcome outcome = inChild([] {
+    ::close(STDERR_FILENO);
+    FatalError::logRawAndExit("x");
+  });
+  EXPECT_EQ(outcome, (Outcome{255, "", ""}));
 }
 
 TEST(FatalErrorDeathTest, WritesALongThreadIdWhole) {
@@ -139,6 +197,26 @@ TEST(FatalErrorDeathTest, PrintsTheCallStackAfterTheRecord) {
   });
   EXPECT_EQ(outcome.standardError.find("@@ FATAL ERROR: x.\n"), 0U) << outcome;
   EXPECT_NE(outcome.standardError.find("[0x"), std::string::npos) << outcome;
+}
+
+TEST(FatalErrorDeathTest, KeepsTheStatusBehindTheCallStack) {
+  EXPECT_EQ(inChild([] {
+              FatalError::forceBacktraceOnExit();
+              FatalError::exit(3);
+            }).status,
+            3);
+}
+
+TEST(FatalErrorDeathTest, LimitsTheCallStackByTheBytesOfItsSlots) {
+  const Outcome outcome = inChild([] {
+    RecordedCalls calls;
+    calls.answer("backtrace", 0);
+    std::atexit([] { std::fputs("exit", stderr); });
+    calls.before("backtrace", [&calls] { std::fputs(calls.text().c_str(), stderr); });
+    FatalError::forceBacktraceOnExit();
+    FatalError::exit(1);
+  });
+  EXPECT_EQ(outcome, (Outcome{1, "", "backtrace(1024)\nexit"}));
 }
 
 TEST(FatalErrorDeathTest, CrashesInsteadOfExitingWhenSwitchedOn) {

@@ -1,14 +1,19 @@
 #include "rtk/error/UnexpectedError.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <functional>
 #include <list>
 #include <map>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "rtk/error/WrittenPieces.h"
+#include "rtk/thread/RecordedCalls.h"
 #include "tests/support/Child.h"
 #include "tests/support/RtkThread.h"
 
@@ -18,6 +23,8 @@ using Rtk::UnexpectedError;
 using TestSupport::inChild;
 using TestSupport::onRtkThread;
 using TestSupport::Outcome;
+using TestSupport::piecesWrittenBy;
+using TestSupport::RecordedCalls;
 using TestSupport::RtkThread;
 
 TEST(UnexpectedErrorDeathTest, WritesARawRecordAndGoesOn) {
@@ -66,6 +73,56 @@ TEST(UnexpectedErrorDeathTest, ReportsAForeignThreadAsFatal) {
       (Outcome{
           255, "",
           "@@ FATAL ERROR: Thread::getCurrent().  Current thread is NOT a 'Rtk::Thread'..\n"}));
+}
+
+TEST(UnexpectedErrorDeathTest, ReportsThatNoThreadExistsYetAsFatal) {
+  EXPECT_EQ(inChild([] { UnexpectedError::log("lost"); }),
+            (Outcome{255, "",
+                     "@@ FATAL ERROR: Thread::getCurrent().  Have not yet created 'TSD key'..\n"}));
+}
+
+TEST(UnexpectedErrorDeathTest, AsksForTheThreadWithTheLogHeld) {
+  const Outcome outcome = inChild([] {
+    RecordedCalls calls;
+    calls.before("pthread_mutex_lock", [] { std::fputs("(", stderr); });
+    UnexpectedError::log("lost");
+  });
+  EXPECT_EQ(outcome.standardError.rfind("((@@ FATAL ERROR", 0), 0U) << outcome;
+}
+
+TEST(UnexpectedErrorDeathTest, WritesThePrefixTheTextAndTheLineEndOneByOne) {
+  using Pieces = std::vector<std::string>;
+  EXPECT_EQ(piecesWrittenBy([] { UnexpectedError::logRaw("o%s", "ne"); }),
+            (Pieces{"@@ UNEXPECTED ERROR: ", "one", "\n"}));
+  EXPECT_EQ(piecesWrittenBy(
+                [] { onRtkThread([] { UnexpectedError::log("t%s", "wo"); }, "creator", 0x2A); }),
+            (Pieces{"@@ UNEXPECTED ERROR [creator (0002A)]: ", "two", "\n"}));
+}
+
+TEST(UnexpectedErrorDeathTest, GoesOnWhenItCannotWrite) {
+  const Outcome outcome = inChild([] {
+    ::close(STDERR_FILENO);
+    UnexpectedError::logRaw("lost");
+    onRtkThread([] { UnexpectedError::log("lost"); });
+    std::printf("on");
+  });
+  EXPECT_EQ(outcome, (Outcome{0, "on", ""}));
+}
+
+TEST(UnexpectedErrorDeathTest, HoldsTheLogForTheWholeRecord) {
+  const auto mark = [](const std::function<void()>& write) {
+    RecordedCalls calls;
+    calls.before("pthread_mutex_lock", [] { std::fputs("(", stderr); });
+    calls.before("pthread_mutex_unlock", [] { std::fputs(")", stderr); });
+    write();
+  };
+  const Outcome outcome = inChild([&mark] {
+    mark([] { UnexpectedError::logRaw("o%s", "ne"); });
+    onRtkThread([&mark] { mark([] { UnexpectedError::log("t%s", "wo"); }); }, "creator", 0x2A);
+  });
+  EXPECT_EQ(outcome, (Outcome{0, "",
+                              "(@@ UNEXPECTED ERROR: one\n)"
+                              "(@@ UNEXPECTED ERROR [creator (0002A)]: two\n)"}));
 }
 
 TEST(UnexpectedErrorDeathTest, FreesTheLogAfterEachRecord) {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/ObjectLayout.h"
+
 namespace {
 
 class Element {
@@ -36,6 +38,24 @@ class SListTest : public ::testing::Test {
 TEST_F(SListTest, StartsEmpty) {
   EXPECT_EQ(list.first(), nullptr);
   EXPECT_EQ(list.get(), nullptr);
+  EXPECT_EQ(Rtk::SList<Element>().first(), nullptr);
+}
+
+TEST_F(SListTest, KeepsItsHeadBeforeItsTailAndBothNullWhenEmpty) {
+  const auto expectEnds = [this](const Element* head, const Element* tail) {
+    EXPECT_EQ(TestSupport::pointerAt(list, 0), head);
+    EXPECT_EQ(TestSupport::pointerAt(list, 1), tail);
+  };
+  EXPECT_EQ(TestSupport::sizeInPointers<Rtk::SList<Element>>, 2U);
+  expectEnds(nullptr, nullptr);
+  list.put(a);
+  expectEnds(&a, &a);
+  list.put(b);
+  expectEnds(&a, &b);
+  list.get();
+  expectEnds(&b, &b);
+  list.get();
+  expectEnds(nullptr, nullptr);
 }
 
 TEST_F(SListTest, GivesElementsInTheOrderTheyCame) {

@@ -11,7 +11,7 @@ void Close::close() {
   SyncReturnHandler returnHandler;
   ClosePayload payload;
   ServerRequest<CloseReqApi, ClosePayload> request(*this, payload, returnHandler);
-  _closeSAP.getPostMessageApi().postSync(request);
+  _postMessageApi.postSync(request);
 }
 
 }  // namespace Rtk

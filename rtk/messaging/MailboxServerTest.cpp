@@ -39,10 +39,14 @@ class Task final : public Rtk::Message {
 class MarkingServer final : public Rtk::MailboxServer {
  public:
   std::string marks;
+  const Rtk::Message* lastBeforeSignal = nullptr;
 
  private:
   void initialize() override { marks += 'i'; }
-  void mboxSignaled() override { marks += 's'; }
+  void mboxSignaled() override {
+    marks += 's';
+    lastBeforeSignal = Rtk::_lastMessage;
+  }
 };
 
 class MailboxServerTest : public ::testing::Test, protected Rtk::ReturnHandler {
@@ -171,6 +175,32 @@ TEST_F(MailboxServerTest, KeepsTheMessageItBeganToProcessLast) {
   EXPECT_EQ(Rtk::_lastMessage, &stop);
 }
 
+TEST_F(MailboxServerTest, KeepsTheLastMessageThroughSignals) {
+  Task signalling([this] { server.signal(); });
+  server.post(signalling);
+  server.post(stop);
+  EXPECT_EQ(serve(), "is!");
+  EXPECT_EQ(server.lastBeforeSignal, &signalling);
+}
+
+TEST_F(MailboxServerTest, HoldsNoLockWhileItProcesses) {
+  std::string calls;
+  onRtkThread([&] {
+    RecordedCalls recorded;
+    Task marking([&] { recorded.mark("processed"); });
+    server.post(marking);
+    server.post(stop);
+    recorded.mark("posted");
+    server.run();
+    calls = recorded.text();
+  });
+  EXPECT_EQ(calls.substr(calls.find("posted")),
+            "posted\n"
+            "pthread_mutex_lock\npthread_mutex_unlock\n"
+            "processed\n"
+            "pthread_mutex_lock\npthread_mutex_unlock\n");
+}
+
 TEST_F(MailboxServerTest, ReturnsToWhoStopsItWhenItHasLeftItsLoop) {
   const RtkThread serverThread([this] { server.run(); });
   onRtkThread([this] {
@@ -196,6 +226,22 @@ TEST_F(MailboxServerTest, LetsWhoStopsItSleepUntilItHasAThread) {
     onRtkThread([this] { server.run(); });
   }
   EXPECT_EQ(server.marks, "zi.");
+}
+
+TEST_F(MailboxServerTest, AnswersOnlyTheFirstOfTwoThatStopIt) {
+  const auto stopIt = [this] {
+    RecordedCalls calls;
+    calls.before("sem_wait", [this] { asleep.signal(); });
+    server.pleaseStop();
+  };
+  RtkThread first(stopIt);
+  asleep.wait();
+  RtkThread second(stopIt);
+  asleep.wait();
+  onRtkThread([this] { server.run(); });
+  EXPECT_EQ(first.signals(), 1);
+  EXPECT_EQ(second.signals(), 0);
+  second.thread().signal();
 }
 
 TEST_F(MailboxServerTest, LetsWhoCallsItAfterItsStopSleep) {

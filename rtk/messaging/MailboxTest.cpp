@@ -1,6 +1,7 @@
 #include "rtk/messaging/Mailbox.h"
 
 #include <cstddef>
+#include <cstdio>
 #include <functional>
 #include <list>
 #include <string>
@@ -47,7 +48,8 @@ class MailboxTest : public ::testing::Test {
     return taken;
   }
 
-  /// The same, with `others` done on this thread once the owner sleeps. `calls` are those of them.
+  /// The same, with `others` done on this thread once the owner sleeps. `calls` are
+  /// those of them, `signals` and `suSignals` what the owner got.
   std::string takeAsleep(int count, const std::function<void()>& others) {
     std::string taken;
     {
@@ -56,6 +58,8 @@ class MailboxTest : public ::testing::Test {
       RecordedCalls recorded;
       others();
       calls = recorded.text();
+      signals = owner.signals();
+      suSignals = owner.suSignals();
     }
     return taken;
   }
@@ -71,6 +75,8 @@ class MailboxTest : public ::testing::Test {
   Rtk::Mailbox mailbox;
   Rtk::PosixSemaphore asleep;
   std::string calls;
+  int signals = 0;
+  int suSignals = 0;
   Mail a;
   Mail b;
   Mail c;
@@ -91,6 +97,21 @@ TEST_F(MailboxDeathTest, EndsTheProcessWhenAThreadOfAnotherKindHasToWait) {
               mailbox.postSync(a);
             }),
             expected);
+}
+
+TEST_F(MailboxDeathTest, EndsWithoutWakingItsOwner) {
+  const Outcome outcome = inChild([this] {
+    auto* const other = new Rtk::Mailbox;
+    static RtkThread& owner = *new RtkThread([this, other] {
+      RecordedCalls recorded;
+      recorded.before("sem_wait", [this] { asleep.signal(); });
+      other->waitNext();
+    });
+    asleep.wait();
+    delete other;
+    std::printf("%d", owner.signals() + owner.suSignals());
+  });
+  EXPECT_EQ(outcome, (Outcome{0, "0", ""}));
 }
 
 TEST_F(MailboxTest, GivesMessagesInTheOrderTheyCame) {
@@ -149,6 +170,39 @@ TEST_F(MailboxTest, WakesItsOwnerAfterItUnlocksForASignal) {
 TEST_F(MailboxTest, WakesItsOwnerWithoutTheLockWhereNoLockIsAllowed) {
   EXPECT_EQ(takeAsleep(1, [this] { mailbox.suSignal(); }), ".-");
   EXPECT_EQ(calls, "sem_post\n");
+}
+
+TEST_F(MailboxTest, SignalsItsOwnerInTheWayItIsSignalled) {
+  const auto expectSignals = [this](int expected, int expectedSu,
+                                    const std::function<void()>& others) {
+    takeAsleep(1, others);
+    EXPECT_EQ(signals, expected);
+    EXPECT_EQ(suSignals, expectedSu);
+  };
+  expectSignals(1, 0, [this] { mailbox.post(a); });
+  expectSignals(1, 0, [this] { mailbox.signal(); });
+  expectSignals(0, 1, [this] { mailbox.suSignal(); });
+}
+
+TEST_F(MailboxTest, WakesItsOwnerOnceForTwoSignals) {
+  // The owner cannot look before the lock is free again.
+  Rtk::PrivilegedMutex lock;
+  takeAsleep(1, [&] {
+    lock.lock();
+    mailbox.signal();
+    mailbox.signal();
+    mailbox.suSignal();
+    lock.unlock();
+  });
+  EXPECT_EQ(signals + suSignals, 1);
+  takeAsleep(1, [&] {
+    lock.lock();
+    mailbox.suSignal();
+    mailbox.suSignal();
+    mailbox.signal();
+    lock.unlock();
+  });
+  EXPECT_EQ(signals + suSignals, 1);
 }
 
 TEST_F(MailboxTest, WakesNobodyWhenNobodySleeps) {
@@ -224,6 +278,22 @@ TEST_F(MailboxTest, ReleasesTheLockBeforeItsOwnerSleeps) {
   EXPECT_EQ(text,
             "pthread_mutex_lock\npthread_mutex_unlock\nsem_wait\n"
             "pthread_mutex_lock\npthread_mutex_unlock\n");
+}
+
+TEST_F(MailboxTest, TellsWhomToWakeBeforeItGivesTheLockBack) {
+  std::string posting;
+  onRtkThread([&] {
+    RecordedCalls recorded;
+    recorded.before("pthread_mutex_unlock", [&] {
+      recorded.before("pthread_mutex_unlock", [] {});
+      RecordedCalls inner;
+      mailbox.post(a);
+      posting = inner.text();
+      Rtk::Thread::getCurrent()->signal();  // Not to sleep for ever where this fails.
+    });
+    EXPECT_EQ(mailbox.waitNext(), &a);
+  });
+  EXPECT_EQ(posting, "pthread_mutex_lock\nsem_post\npthread_mutex_unlock\n");
 }
 
 TEST_F(MailboxTest, LetsASynchronousSenderSleepUntilItIsSignalled) {

@@ -25,6 +25,9 @@ class Open : public OpenSyncApi, public OpenReqApi {
  private:
   // Constant after construction.
   SAP<OpenReqApi> _openSAP;
+
+ protected:
+  // Constant after construction.
   PostMessageApi& _postMessageApi;
 };
 

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "rtk/list/SList.h"
+#include "rtk/messaging/Mailbox.h"
+#include "rtk/messaging/SyncReturnHandler.h"
+#include "tests/support/RtkThread.h"
 
 namespace {
 
@@ -77,6 +80,31 @@ TEST_F(ServerRequestTest, IsReturnedByItsHandlerAlone) {
   EXPECT_EQ(returns.count, 0);
   negate.returnToSender();
   EXPECT_EQ(returns.count, 1);
+}
+
+TEST_F(ServerRequestTest, WakesASenderThatDoesNotSleepYet) {
+  /// Processes what is posted on the spot.
+  class Hasty final : public Rtk::Mailbox {
+   public:
+    void post(Rtk::Message& message) override { message.process(); }
+  };
+  class Returning final : public Api {
+   public:
+    void request(AddRequest& request) override { request.returnToSender(); }
+    void request(NegateRequest& request) override {
+      request.getPayload().value = -request.getPayload().value;
+      request.returnToSender();
+    }
+  };
+  number.value = 7;
+  TestSupport::onRtkThread([this] {
+    Hasty mailbox;
+    Returning returning;
+    Rtk::SyncReturnHandler handler;
+    NegateRequest request(returning, number, handler);
+    mailbox.postSync(request);
+  });
+  EXPECT_EQ(number.value, -7);
 }
 
 TEST_F(ServerRequestTest, IsProcessedThroughItsBase) {

@@ -58,15 +58,38 @@ TEST(SyncReturnHandlerTest, LetsALaterWaitThrough) {
   });
 }
 
-TEST(SyncReturnHandlerTest, SignalsOnce) {
+TEST(SyncReturnHandlerTest, EndsTheNextWaitEarlyWhenItReturnsTwice) {
   std::string calls;
   onRtkThread([&calls] {
     SyncReturnHandler handler;
     RecordedCalls recorded;
     handler.rts();
+    handler.rts();
+    Rtk::Thread::wait();
+    recorded.mark("next");
+    Rtk::Thread::wait();
     calls = recorded.text();
   });
+  EXPECT_EQ(calls, "sem_post\nsem_post\nsem_wait\nnext\nsem_wait\n");
+}
+
+TEST(SyncReturnHandlerTest, SignalsTheThreadItselfOnce) {
+  std::string calls;
+  Rtk::PosixSemaphore done;
+  Rtk::PosixSemaphore seen;
+  const RtkThread sender([&] {
+    SyncReturnHandler handler;
+    RecordedCalls recorded;
+    handler.rts();
+    calls = recorded.text();
+    done.signal();
+    seen.wait();
+  });
+  done.wait();
   EXPECT_EQ(calls, "sem_post\n");
+  EXPECT_EQ(sender.signals(), 1);
+  EXPECT_EQ(sender.suSignals(), 0);
+  seen.signal();
 }
 
 }  // namespace

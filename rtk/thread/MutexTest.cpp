@@ -1,5 +1,7 @@
 #include "rtk/thread/Mutex.h"
 
+#include <cstdio>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <thread>
@@ -7,10 +9,17 @@
 
 #include <gtest/gtest.h>
 
+#include "rtk/error/LoggingMedia.h"
 #include "rtk/thread/PosixMutex.h"
 #include "rtk/thread/PrivilegedMutex.h"
+#include "rtk/thread/RecordedCalls.h"
+#include "tests/support/Child.h"
 
 namespace {
+
+using TestSupport::inChild;
+using TestSupport::Outcome;
+using TestSupport::RecordedCalls;
 
 constexpr int rounds = 2000;
 
@@ -97,6 +106,27 @@ TEST(PrivilegedMutexTest, IsOneLockInAllObjects) {
   EXPECT_EQ(countTogether(lock, unlock, one, other), 2 * rounds);
 }
 
+TEST(PrivilegedMutexTest, MakesNoLockOfItsOwn) {
+  RecordedCalls calls;
+  { const Rtk::PrivilegedMutex mutex; }
+  EXPECT_EQ(calls.text(), "");
+}
+
+TEST(PrivilegedMutexTest, ForwardsToWhateverTheSharedLockIs) {
+  class Watched final : public Rtk::PosixMutex {
+   public:
+    int lock() override { return 1; }
+    int unlock() override { return 2; }
+  };
+  Watched watched;
+  Rtk::PosixMutex* const shared = &watched;
+  Rtk::PrivilegedMutex mutex;
+  std::memcpy(reinterpret_cast<char*>(&mutex) + sizeof(void*), &shared, sizeof(void*));
+  Rtk::Mutex& face = mutex;
+  EXPECT_EQ(face.lock(), 1);
+  EXPECT_EQ(face.unlock(), 2);
+}
+
 TEST(PrivilegedMutexTest, CanBeGivenBackThroughAnotherObject) {
   Rtk::PrivilegedMutex one;
   {
@@ -104,6 +134,22 @@ TEST(PrivilegedMutexTest, CanBeGivenBackThroughAnotherObject) {
     other.lock();
   }
   EXPECT_EQ(one.unlock(), 0);
+}
+
+TEST(PosixMutexDeathTest, EndsWithTheProcessWhereTheProcessSharesIt) {
+  // The list of threads, the mailboxes and the log have one each. Others are not unlocked at their
+  // end.
+  const Outcome outcome = inChild([] {
+    Rtk::LoggingMedia::getMutex();
+    static RecordedCalls& calls = *new RecordedCalls;
+    static bool unlocked = false;
+    calls.before("pthread_mutex_unlock", [] { unlocked = true; });
+    calls.before("pthread_mutex_destroy", [] {
+      std::printf("%s", unlocked ? "ended " : "");
+      unlocked = false;
+    });
+  });
+  EXPECT_EQ(outcome, (Outcome{0, "ended ended ended ", ""}));
 }
 
 }  // namespace

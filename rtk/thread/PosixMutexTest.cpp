@@ -21,10 +21,19 @@ TEST(PosixMutexTest, IsALockOfItsOwn) {
   EXPECT_EQ(one.unlock(), 0);
 }
 
-TEST(PosixMutexTest, IsUnlockedBeforeItIsDestroyed) {
+TEST(PosixMutexTest, IsMadeRecursiveAndUnlockedBeforeItIsDestroyed) {
   RecordedCalls calls;
-  { Rtk::PosixMutex mutex; }
-  EXPECT_EQ(calls.text(), "pthread_mutex_unlock\npthread_mutex_destroy\n");
+  {
+    Rtk::PosixMutex mutex;
+    calls.mark("made");
+  }
+  EXPECT_EQ(calls.text(),
+            "pthread_mutexattr_init\n"
+            "pthread_mutexattr_settype(recursive)\n"
+            "pthread_mutex_init(attribute)\n"
+            "made\n"
+            "pthread_mutex_unlock\n"
+            "pthread_mutex_destroy\n");
 }
 
 TEST(PosixMutexTest, TellsWhatTheSystemAnswers) {

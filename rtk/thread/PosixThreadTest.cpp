@@ -5,20 +5,24 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <new>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "rtk/thread/RecordedCalls.h"
 #include "tests/support/Child.h"
+#include "tests/support/ObjectLayout.h"
 #include "tests/support/RtkThread.h"
 
 namespace Rtk {
@@ -43,6 +47,20 @@ class PosixThreadTest : public ::testing::Test {
  protected:
   static unsigned number(const PosixThread& thread) { return thread._number; }
   static bool running(const PosixThread& thread) { return thread._running; }
+
+  static pthread_key_t* key() { return &PosixThread::_tsdKey; }
+
+  /// Id, handle, number and whether it runs.
+  static std::string state(const PosixThread& thread) {
+    return std::to_string(thread._id) + " " + std::to_string(thread._handle) + " " +
+           std::to_string(thread._number) + " " + std::to_string(int{thread._running});
+  }
+
+  /// The members behind the reference to the body, in the order in which they have to be.
+  static std::vector<const void*> members(const PosixThread& thread) {
+    return {&thread._name,   &thread._id,      &thread._handle,
+            &thread._number, &thread._running, &thread._semaphore};
+  }
 
   /// The calls that make a thread.
   static std::string callsToMake(int priority, int stackSize, int policy) {
@@ -94,13 +112,19 @@ TEST_F(PosixThreadDeathTest, LogsThatItCannotJoinItself) {
      public:
       void run() override {
         made.wait();
+        RecordedCalls calls;
         std::printf(
             "@@ UNEXPECTED ERROR [self (%05lX)]: "
             "%p: PosixThread::~PosixThread: pthread_join(0x%lx) failed: %d\n\n",
             static_cast<unsigned long>(::gettid()), static_cast<void*>(thread), ::pthread_self(),
             EDEADLK);
         thread->~PosixThread();
-        std::exit(0);
+        // The log's lock is taken and given back, then the rest goes as ever.
+        std::exit(calls.text() ==
+                          "pthread_join\npthread_mutex_lock\npthread_mutex_unlock\n"
+                          "sem_destroy\npthread_mutex_lock\npthread_mutex_unlock\n"
+                      ? 0
+                      : 1);
       }
       PosixSemaphore made;
       PosixThread* thread = nullptr;
@@ -145,16 +169,33 @@ TEST_F(PosixThreadDeathTest, MakesTheKeyOnlyOnce) {
   EXPECT_EQ(outcome, (Outcome{0, "1", ""}));
 }
 
-TEST_F(PosixThreadDeathTest, CountsFromZero) {
+TEST_F(PosixThreadDeathTest, IgnoresWhatTheMakingOfTheKeyReports) {
   const Outcome outcome = inChild([] {
     Body body;
+    RecordedCalls calls;
+    calls.before("pthread_key_create", [] { ::pthread_key_create(key(), nullptr); });
+    calls.answer("pthread_key_create", EAGAIN);
+    const PosixThread thread(body, "name", 31, 65536, SCHED_OTHER);
+    body.pleaseStop();
+  });
+  EXPECT_EQ(outcome, (Outcome{0, "", ""}));
+}
+
+TEST_F(PosixThreadDeathTest, CountsFromZeroOnceTheThreadIsScheduled) {
+  const Outcome outcome = inChild([] {
+    alignas(PosixThread) static char memory[sizeof(PosixThread)];
+    auto* const thread = reinterpret_cast<PosixThread*>(memory);
+    Body body;
+    RecordedCalls calls;
+    calls.before("pthread_setschedparam", [thread] { std::printf("%u", number(*thread)); });
     for (int i = 0; i < 3; ++i) {
-      const PosixThread thread(body, "name", 31, 65536, SCHED_OTHER);
-      std::printf("%u", number(thread));
+      new (memory) PosixThread(body, "name", 31, 65536, SCHED_OTHER);
+      std::printf("%u ", number(*thread));
       body.pleaseStop();
+      thread->~PosixThread();
     }
   });
-  EXPECT_EQ(outcome, (Outcome{0, "012", ""}));
+  EXPECT_EQ(outcome, (Outcome{0, "00 01 02 ", ""}));
 }
 
 TEST_F(PosixThreadTest, CountsDownFromTheHighestPriorityOfThePolicy) {
@@ -205,6 +246,7 @@ TEST_F(PosixThreadTest, HasAStackOfAtLeast16384Bytes) {
 
 TEST_F(PosixThreadTest, AsksForTheStackItCanUse) {
   EXPECT_NE(callsToMake(31, 65536, SCHED_OTHER).find("stacksize(65536)\n"), std::string::npos);
+  EXPECT_NE(callsToMake(31, -1, SCHED_OTHER).find("stacksize(16384)\n"), std::string::npos);
   EXPECT_NE(callsToMake(31, 100, SCHED_OTHER).find("stacksize(16384)\n"), std::string::npos);
 }
 
@@ -251,21 +293,36 @@ TEST_F(PosixThreadTest, HasTheIdThatTheKernelGives) {
   EXPECT_NE(id, static_cast<unsigned long>(::gettid()));
 }
 
-TEST_F(PosixThreadTest, HasTheIdZeroBeforeItStarts) {
+TEST_F(PosixThreadTest, HasNoIdHandleOrNumberBeforeItStarts) {
   alignas(PosixThread) char memory[sizeof(PosixThread)];
   std::memset(memory, 0xFF, sizeof(memory));
   auto* const unborn = reinterpret_cast<PosixThread*>(memory);
   Body body;
   RecordedCalls calls;
-  unsigned long id = 1;
-  calls.before("pthread_create", [&] { id = unborn->PosixThread::getId(); });
+  std::string before;
+  calls.before("pthread_create", [&] { before = state(*unborn); });
   auto* const thread = new (memory) PosixThread(body, "name", 31, 65536, SCHED_OTHER);
   body.pleaseStop();
   thread->~PosixThread();
-  EXPECT_EQ(id, 0U);
+  EXPECT_EQ(before, "0 0 0 1");
+}
+
+TEST_F(PosixThreadTest, KeepsTheOrderOfItsMembers) {
+  Body body;
+  const PosixThread thread(body, "name", 31, 65536, SCHED_OTHER);
+  const std::vector<const void*> places = members(thread);
+  // In front of them: the operations, the link of the list, the body.
+  EXPECT_EQ(TestSupport::pointerAt(thread, 2), static_cast<Runnable*>(&body));
+  EXPECT_EQ(TestSupport::placeOf(thread, *static_cast<const char*>(places.front())), 3U);
+  EXPECT_TRUE(std::is_sorted(places.begin(), places.end(), std::less<>()));
+  body.pleaseStop();
 }
 
 TEST_F(PosixThreadTest, RunsUntilItsBodyReturns) {
+  bool inBody = false;
+  onRtkThread([&inBody] { inBody = running(*static_cast<PosixThread*>(Thread::getCurrent())); });
+  EXPECT_TRUE(inBody);
+
   Body body;
   const PosixThread thread(body, "name", 31, 65536, SCHED_OTHER);
   EXPECT_TRUE(running(thread));

@@ -1,5 +1,6 @@
 #include "rtk/thread/RecordedCalls.h"
 
+#include <execinfo.h>
 #include <pthread.h>
 #include <semaphore.h>
 #include <time.h>
@@ -54,7 +55,8 @@ int RecordedCalls::perform(const std::string& name, const std::string& arguments
   ++plan.calls;
   if (plan.hook) {
     current = nullptr;
-    plan.hook();
+    const std::function<void()> hook = plan.hook;  // It may set another one.
+    hook();
     current = calls;
   }
   if (plan.firstAnswered <= plan.calls && plan.calls <= plan.lastAnswered) {
@@ -96,6 +98,14 @@ std::string list(long long a, long long b) {
 
 extern "C" {
 
+RECORD(pthread_mutexattr_init, (pthread_mutexattr_t * attribute), (attribute),
+       RecordedCalls::perform, "")
+RECORD(pthread_mutexattr_settype, (pthread_mutexattr_t * attribute, int type), (attribute, type),
+       RecordedCalls::perform, type == PTHREAD_MUTEX_RECURSIVE ? "(recursive)" : "(other)")
+RECORD(pthread_mutexattr_destroy, (pthread_mutexattr_t * attribute), (attribute),
+       RecordedCalls::perform, "")
+RECORD(pthread_mutex_init, (pthread_mutex_t * mutex, const pthread_mutexattr_t* attribute),
+       (mutex, attribute), RecordedCalls::perform, attribute == nullptr ? "" : "(attribute)")
 RECORD(pthread_mutex_lock, (pthread_mutex_t * mutex), (mutex), RecordedCalls::perform, "")
 RECORD(pthread_mutex_unlock, (pthread_mutex_t * mutex), (mutex), RecordedCalls::perform, "")
 RECORD(pthread_mutex_destroy, (pthread_mutex_t * mutex), (mutex), RecordedCalls::perform, "")
@@ -125,6 +135,7 @@ RECORD(pthread_setschedparam, (pthread_t thread, int policy, const sched_param* 
        (thread, policy, parameter), RecordedCalls::perform, list(policy, parameter->sched_priority))
 RECORD(pthread_setschedprio, (pthread_t thread, int priority), (thread, priority),
        RecordedCalls::perform, list(priority))
+RECORD(backtrace, (void** frames, int limit), (frames, limit), RecordedCalls::perform, list(limit))
 
 }  // extern "C"
 

@@ -6,10 +6,10 @@
 
 namespace TestSupport {
 
-/// For tests: notes the calls that the calling thread makes to the threads interface of the system
-/// while the object lives, and can take one over. A test program gets it by linking recorded_calls,
-/// which puts it between the program and the C library. One object per thread at a time, used and
-/// ended on that thread.
+/// For tests: notes the calls that the calling thread makes to the threads interface of the system,
+/// and those for its call stack, while the object lives, and can take one over. A test program gets
+/// it by linking recorded_calls, which puts it between the program and the C library. One object
+/// per thread at a time, used and ended on that thread.
 class RecordedCalls {
  public:
   RecordedCalls();
@@ -30,7 +30,8 @@ class RecordedCalls {
   /// Runs `hook`, whose own calls are not noted, before each call named `name`.
   void before(const std::string& name, std::function<void()> hook);
 
-  /// For the calls themselves: makes or answers one. The result is an error number, 0 for success.
+  /// For the calls themselves: makes or answers one. The result is that of the call, for most of
+  /// them an error number or 0 for success.
   /// REQUIRES: the calling thread has an object of this class.
   static int perform(const std::string& name, const std::string& arguments,
                      const std::function<int()>& call);

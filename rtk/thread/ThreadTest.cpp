@@ -12,6 +12,7 @@
 
 #include "rtk/thread/RecordedCalls.h"
 #include "tests/support/Child.h"
+#include "tests/support/ObjectLayout.h"
 #include "tests/support/RtkThread.h"
 
 namespace {
@@ -103,6 +104,14 @@ TEST(ThreadTest, IsVisitedInTheOrderOfCreation) {
   const ListedThread b("b");
   const ListedThread c("c");
   EXPECT_EQ(listedNames(), "abc");
+}
+
+TEST(ThreadTest, KeepsTheLinkOfTheListAlone) {
+  const ListedThread a("a");
+  const ListedThread b("b");
+  EXPECT_EQ(TestSupport::sizeInPointers<Rtk::Thread>, 2U);
+  EXPECT_EQ(TestSupport::pointerAt(a, 1), static_cast<const Rtk::Thread*>(&b));
+  EXPECT_EQ(TestSupport::pointerAt(b, 1), nullptr);
 }
 
 TEST(ThreadTest, EndsTheVisitsWithTheFirstRefusal) {

@@ -2,6 +2,7 @@
 
 #include <sched.h>
 
+#include <atomic>
 #include <functional>
 #include <utility>
 
@@ -26,15 +27,30 @@ class RtkThread final : private Rtk::Runnable {
 
   Rtk::Thread& thread() { return _thread; }
 
+  /// How often the thread has been signalled in each way.
+  int signals() const { return _thread.signals; }
+  int suSignals() const { return _thread.suSignals; }
+
  private:
   class Thread final : public Rtk::PosixThread {
    public:
     Thread(Rtk::Runnable& runnable, const char* name, unsigned long id)
         : Rtk::PosixThread(runnable, name, 0, 1 << 20, SCHED_OTHER), _chosenId(id) {}
 
+    void signal() override {
+      ++signals;
+      Rtk::PosixThread::signal();
+    }
+    void suSignal() override {
+      ++suSignals;
+      Rtk::PosixThread::suSignal();
+    }
     unsigned long getId() const override {
       return _chosenId != 0 ? _chosenId : Rtk::PosixThread::getId();
     }
+
+    std::atomic<int> signals{0};
+    std::atomic<int> suSignals{0};
 
    private:
     unsigned long _chosenId;

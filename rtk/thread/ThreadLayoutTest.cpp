@@ -1,0 +1,114 @@
+#include <pthread.h>
+#include <semaphore.h>
+
+#include <cstddef>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "rtk/thread/Mutex.h"
+#include "rtk/thread/PosixMutex.h"
+#include "rtk/thread/PosixSemaphore.h"
+#include "rtk/thread/PosixThread.h"
+#include "rtk/thread/PrivilegedMutex.h"
+#include "rtk/thread/RecursiveMutex.h"
+#include "rtk/thread/Runnable.h"
+#include "rtk/thread/Semaphore.h"
+#include "rtk/thread/Signaled.h"
+#include "rtk/thread/Thread.h"
+#include "rtk/thread/ThreadTraverserApi.h"
+#include "tests/support/ObjectLayout.h"
+#include "tests/support/SlotOrder.h"
+
+// The operations of these classes are reached by their slot in the table of virtual functions, and
+// a core dump is read by the place of the members: both orders are part of the interface.
+
+namespace Rtk {
+
+using TestSupport::pointerAt;
+using TestSupport::sizeInPointers;
+using TestSupport::slotBehind;
+using TestSupport::slotOf;
+
+TEST(ThreadLayoutTest, KeepsTheOrderOfVirtualOperations) {
+  struct Class {
+    const char* name;
+    std::vector<std::size_t> slots;
+    std::vector<std::size_t> expected;
+  };
+  // All of them begin with their destructor.
+  const Class classes[] = {
+      {"Runnable",
+       {slotOf(&Runnable::run), slotOf(&Runnable::pleaseStop), slotBehind<Runnable>()},
+       {2, 3, 4}},
+      {"Thread",
+       {slotOf(&Thread::signal), slotOf(&Thread::suSignal), slotOf(&Thread::getName),
+        slotOf(&Thread::getId), slotBehind<Thread>()},
+       {2, 3, 4, 5, 6}},
+      {"PosixThread",
+       {slotOf(&PosixThread::signal), slotOf(&PosixThread::suSignal), slotOf(&PosixThread::getName),
+        slotOf(&PosixThread::getId), slotBehind<PosixThread>()},
+       {2, 3, 4, 5, 6}},
+      {"ThreadTraverserApi",
+       {slotOf(&ThreadTraverserApi::visit), slotBehind<ThreadTraverserApi>()},
+       {2, 3}},
+      {"Mutex", {slotOf(&Mutex::lock), slotOf(&Mutex::unlock), slotBehind<Mutex>()}, {2, 3, 4}},
+      {"RecursiveMutex",
+       {slotOf(&RecursiveMutex::lock), slotOf(&RecursiveMutex::unlock),
+        slotBehind<RecursiveMutex>()},
+       {2, 3, 4}},
+      {"PosixMutex",
+       {slotOf(&PosixMutex::lock), slotOf(&PosixMutex::unlock), slotBehind<PosixMutex>()},
+       {2, 3, 4}},
+      {"PrivilegedMutex",
+       {slotOf(&PrivilegedMutex::lock), slotOf(&PrivilegedMutex::unlock),
+        slotBehind<PrivilegedMutex>()},
+       {2, 3, 4}},
+      {"Signaled",
+       {slotOf(&Signaled::signal), slotOf(&Signaled::suSignal), slotBehind<Signaled>()},
+       {2, 3, 4}},
+      {"Semaphore",
+       {slotOf(&Semaphore::signal), slotOf(&Semaphore::suSignal), slotOf(&Semaphore::wait),
+        slotBehind<Semaphore>()},
+       {2, 3, 4, 5}},
+      {"PosixSemaphore",
+       {slotOf(&PosixSemaphore::signal), slotOf(&PosixSemaphore::suSignal),
+        slotOf(&PosixSemaphore::wait), slotBehind<PosixSemaphore>()},
+       {2, 3, 4, 5}},
+  };
+  for (const Class& test : classes) {
+    EXPECT_EQ(test.slots, test.expected) << test.name;
+  }
+}
+
+TEST(ThreadLayoutTest, HasInterfacesWithoutData) {
+  EXPECT_EQ(sizeInPointers<Runnable>, 1U);
+  EXPECT_EQ(sizeInPointers<ThreadTraverserApi>, 1U);
+  EXPECT_EQ(sizeInPointers<Mutex>, 1U);
+  EXPECT_EQ(sizeInPointers<RecursiveMutex>, 1U);
+  EXPECT_EQ(sizeInPointers<Signaled>, 1U);
+  EXPECT_EQ(sizeInPointers<Semaphore>, 1U);
+}
+
+TEST(ThreadLayoutTest, HasLocksAndSemaphoresWithNothingButThoseOfTheSystem) {
+  struct Lock {
+    void* operations;
+    pthread_mutex_t mutex;
+  };
+  struct Count {
+    void* operations;
+    sem_t semaphore;
+  };
+  EXPECT_EQ(sizeof(PosixMutex), sizeof(Lock));
+  EXPECT_EQ(sizeof(PosixSemaphore), sizeof(Count));
+}
+
+TEST(ThreadLayoutTest, HasAPrivilegedLockThatPointsToTheSharedOne) {
+  const PrivilegedMutex one;
+  const PrivilegedMutex other;
+  EXPECT_EQ(sizeInPointers<PrivilegedMutex>, 2U);
+  EXPECT_NE(pointerAt(one, 1), nullptr);
+  EXPECT_EQ(pointerAt(one, 1), pointerAt(other, 1));
+}
+
+}  // namespace Rtk
