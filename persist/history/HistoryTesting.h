@@ -125,13 +125,15 @@ struct Field {
   std::function<void*(Object&, std::size_t)> element;
 };
 
-template <class Object, class Value>
+// Naming the type and the count of the elements makes the compiler compare them with the class's.
+
+template <class Value, class Object>
 Field<Object> field(std::size_t offset, const char* name, Value Object::*member) {
   return {name, offset, sizeof(Value), 1,
           [member](Object& object, std::size_t) { return &(object.*member); }};
 }
 
-template <class Object, class Value, std::size_t count>
+template <class Value, std::size_t count, class Object>
 Field<Object> field(std::size_t offset, const char* name, Value (Object::*member)[count]) {
   return {name, offset, sizeof(Value), count,
           [member](Object& object, std::size_t i) { return &(object.*member)[i]; }};
@@ -185,59 +187,60 @@ void copyFields(const Fields<Object>& fields, const Image& from, std::size_t fro
 
 // The fields that both schemas hold, each at the same place.
 
-template <class Period>
+template <class Period, std::size_t intArrayCount>
 Fields<Period> systemPeriodFields() {
-  return {field(0, "time0", &Period::time0),
-          field(4, "time1", &Period::time1),
-          field(8, "shortValue1", &Period::shortValue1),
-          field(16, "realValue1", &Period::realValue1),
-          field(24, "intValue1", &Period::intValue1),
-          field(32, "realValue2", &Period::realValue2),
-          field(40, "intValue2", &Period::intValue2),
-          field(48, "minA", &Period::minA),
-          field(56, "maxA", &Period::maxA),
-          field(64, "minB", &Period::minB),
-          field(72, "maxB", &Period::maxB),
-          field(80, "realValue3", &Period::realValue3),
-          field(88, "realValue4", &Period::realValue4),
-          field(96, "intValue3", &Period::intValue3),
-          field(104, "realValue5", &Period::realValue5),
-          field(112, "realValue6", &Period::realValue6),
-          field(120, "intValue4", &Period::intValue4),
-          field(124, "shortArray", &Period::shortArray),
-          field(156, "intArray", &Period::intArray)};
+  return {field<std::int32_t>(0, "time0", &Period::time0),
+          field<std::int32_t>(4, "time1", &Period::time1),
+          field<std::int16_t>(8, "shortValue1", &Period::shortValue1),
+          field<double>(16, "realValue1", &Period::realValue1),
+          field<std::int32_t>(24, "intValue1", &Period::intValue1),
+          field<double>(32, "realValue2", &Period::realValue2),
+          field<std::int32_t>(40, "intValue2", &Period::intValue2),
+          field<double>(48, "minA", &Period::minA),
+          field<double>(56, "maxA", &Period::maxA),
+          field<double>(64, "minB", &Period::minB),
+          field<double>(72, "maxB", &Period::maxB),
+          field<double>(80, "realValue3", &Period::realValue3),
+          field<double>(88, "realValue4", &Period::realValue4),
+          field<std::int32_t>(96, "intValue3", &Period::intValue3),
+          field<double>(104, "realValue5", &Period::realValue5),
+          field<double>(112, "realValue6", &Period::realValue6),
+          field<std::int32_t>(120, "intValue4", &Period::intValue4),
+          field<std::int16_t, 15>(124, "shortArray", &Period::shortArray),
+          field<std::int32_t, intArrayCount>(156, "intArray", &Period::intArray)};
 }
 
 template <class Record>
 Fields<Record> systemHeaderFields() {
-  return {field(0, "headerWord1", &Record::headerWord1),
-          field(4, "headerWord2", &Record::headerWord2),
-          field(8, "headerShortsA", &Record::headerShortsA),
-          field(16, "headerShortsB", &Record::headerShortsB)};
+  return {field<std::int32_t>(0, "headerWord1", &Record::headerWord1),
+          field<std::int32_t>(4, "headerWord2", &Record::headerWord2),
+          field<std::int16_t, 4>(8, "headerShortsA", &Record::headerShortsA),
+          field<std::int16_t, 4>(16, "headerShortsB", &Record::headerShortsB)};
 }
 
 template <class Period>
 Fields<Period> zonePeriodFields() {
-  return {field(0, "time0", &Period::time0),
-          field(4, "time1", &Period::time1),
-          field(8, "shortArray", &Period::shortArray),
-          field(16, "intValue1", &Period::intValue1),
-          field(20, "intValue2", &Period::intValue2),
-          field(24, "realValue1", &Period::realValue1),
-          field(32, "intValue3", &Period::intValue3),
-          field(40, "minA", &Period::minA),
-          field(48, "maxA", &Period::maxA),
-          field(56, "realValue2", &Period::realValue2),
-          field(64, "realValue3", &Period::realValue3),
-          field(72, "intValue4", &Period::intValue4),
-          field(76, "shortValue1", &Period::shortValue1),
-          field(80, "intValue5", &Period::intValue5)};
+  return {field<std::int32_t>(0, "time0", &Period::time0),
+          field<std::int32_t>(4, "time1", &Period::time1),
+          field<std::int16_t, 4>(8, "shortArray", &Period::shortArray),
+          field<std::int32_t>(16, "intValue1", &Period::intValue1),
+          field<std::int32_t>(20, "intValue2", &Period::intValue2),
+          field<double>(24, "realValue1", &Period::realValue1),
+          field<std::int32_t>(32, "intValue3", &Period::intValue3),
+          field<double>(40, "minA", &Period::minA),
+          field<double>(48, "maxA", &Period::maxA),
+          field<double>(56, "realValue2", &Period::realValue2),
+          field<double>(64, "realValue3", &Period::realValue3),
+          field<std::int32_t>(72, "intValue4", &Period::intValue4),
+          field<std::int16_t>(76, "shortValue1", &Period::shortValue1),
+          field<std::int32_t>(80, "intValue5", &Period::intValue5)};
 }
 
 template <class Record>
 Fields<Record> zoneHeaderFields() {
-  return {field(0, "zone", &Record::zone), field(4, "headerWord1", &Record::headerWord1),
-          field(8, "headerWord2", &Record::headerWord2)};
+  return {field<std::int32_t>(0, "zone", &Record::zone),
+          field<std::int32_t>(4, "headerWord1", &Record::headerWord1),
+          field<std::int32_t>(8, "headerWord2", &Record::headerWord2)};
 }
 
 /// The fields of a whole record: its header, then every field of every period of both rings.

@@ -24,13 +24,13 @@ TEST(Schema0SystemPeriodTest, StartsAllZero) {
 }
 
 TEST(Schema0SystemPeriodTest, KeepsEachFieldAtItsOffset) {
-  expectFieldsAtTheirOffsets(systemPeriodFields<Period>());
+  expectFieldsAtTheirOffsets(systemPeriodFields<Period, 10>());
 }
 
 TEST(Schema0SystemRecordTest, KeepsEachFieldAtItsOffset) {
   ASSERT_EQ(sizeof(Record), 4624U);
   expectFieldsAtTheirOffsets(
-      recordFields(systemHeaderFields<Record>(), systemPeriodFields<Period>(), 24, 1824));
+      recordFields(systemHeaderFields<Record>(), systemPeriodFields<Period, 10>(), 24, 1824));
 }
 
 TEST(Schema0SystemRecordTest, EveryPeriodOfARecordWithATimeHasStartValues) {

@@ -12,17 +12,17 @@ using Pvn::Persist::History::Kiv::Schema1::Bramal::System::Record;
 namespace Old = Pvn::Persist::History::Kiv::Schema0::Bramal::System;
 
 Fields<Period> periodFields() {
-  Fields<Period> fields = systemPeriodFields<Period>();
-  const Fields<Period> added = {field(200, "shortValue2", &Period::shortValue2),
-                                field(204, "intValue5", &Period::intValue5),
-                                field(208, "intValue6", &Period::intValue6),
-                                field(216, "realValue7", &Period::realValue7),
-                                field(224, "intValue7", &Period::intValue7),
-                                field(232, "minC", &Period::minC),
-                                field(240, "maxC", &Period::maxC),
-                                field(248, "realValue8", &Period::realValue8),
-                                field(256, "realValue9", &Period::realValue9),
-                                field(264, "intValue8", &Period::intValue8)};
+  Fields<Period> fields = systemPeriodFields<Period, 11>();
+  const Fields<Period> added = {field<std::int16_t>(200, "shortValue2", &Period::shortValue2),
+                                field<std::int32_t>(204, "intValue5", &Period::intValue5),
+                                field<std::int32_t>(208, "intValue6", &Period::intValue6),
+                                field<double>(216, "realValue7", &Period::realValue7),
+                                field<std::int32_t>(224, "intValue7", &Period::intValue7),
+                                field<double>(232, "minC", &Period::minC),
+                                field<double>(240, "maxC", &Period::maxC),
+                                field<double>(248, "realValue8", &Period::realValue8),
+                                field<double>(256, "realValue9", &Period::realValue9),
+                                field<std::int32_t>(264, "intValue8", &Period::intValue8)};
   fields.insert(fields.end(), added.begin(), added.end());
   return fields;
 }
@@ -45,7 +45,7 @@ TEST(Schema1SystemPeriodTest, KeepsEachFieldAtItsOffset) {
 TEST(Schema1SystemPeriodTest, TakesTheOldFieldsAndZeroesAllElse) {
   const Image before = Image::random(200);
   Image expected(272);
-  copyFields(systemPeriodFields<Old::Period>(), before, 0, expected, 0);
+  copyFields(systemPeriodFields<Old::Period, 10>(), before, 0, expected, 0);
   EXPECT_EQ(Image::ofNew<Period>(before.as<Old::Period>()).difference(expected), "");
 }
 
@@ -77,7 +77,7 @@ TEST_F(Schema1SystemConversionTest, KeepsEachFieldAtItsRingPositionAndZeroesAllE
   Image expected(6280);
   copyFields(systemHeaderFields<Old::Record>(), before, 0, expected, 0);
   for (std::size_t i = 0; i < 9 + 14; ++i) {
-    copyFields(systemPeriodFields<Old::Period>(), before, 24 + i * 200, expected, 24 + i * 272);
+    copyFields(systemPeriodFields<Old::Period, 10>(), before, 24 + i * 200, expected, 24 + i * 272);
   }
   EXPECT_EQ(after.difference(expected), "");
 }
@@ -101,9 +101,9 @@ TEST_F(Schema1SystemConversionTest, NewFieldsAreZeroAndNotStartValues) {
 
 TEST(Schema1SystemRecordTest, ConvertedPeriodBeginsWithTheOldOnesBytesWhenPaddingIsZero) {
   Image before(4624);
-  copyFields(
-      recordFields(systemHeaderFields<Old::Record>(), systemPeriodFields<Old::Period>(), 24, 1824),
-      Image::random(4624), 0, before, 0);
+  copyFields(recordFields(systemHeaderFields<Old::Record>(), systemPeriodFields<Old::Period, 10>(),
+                          24, 1824),
+             Image::random(4624), 0, before, 0);
   const Image after = Image::ofNew<Record>(before.as<Old::Record>());
   for (std::size_t i = 0; i < 9 + 14; ++i) {
     Image expected(272);

@@ -165,6 +165,22 @@ TEST_F(DStringTest, AssigningGrowsAndNeverShrinks) {
   expectText(hello, "", 47, false);
 }
 
+TEST_F(DStringTest, AssigningAnEmptyStringNeedsNoRoom) {
+  DString s("", 0, 1);
+  s = DString("");
+  expectText(s, "", 0, false);
+  s = FString<8>("");
+  expectText(s, "", 0, false);
+  s = "";
+  expectText(s, "", 0, false);
+}
+
+// What is shared when there is no memory is a single byte.
+TEST_F(DStringTest, AssigningNullWritesTheFirstByteAlone) {
+  hello = static_cast<const char*>(nullptr);
+  EXPECT_EQ(std::string(hello.getString(), 6), std::string("\0ello\0", 6));
+}
+
 TEST_F(DStringTest, AssigningClearsTheFlagAndNullLeavesIt) {
   for (const bool copying : {false, true}) {
     hello.format("%99d", 1);
@@ -246,13 +262,30 @@ TEST_F(DStringTest, InsertingKeepsTheWholeTail) {
   };
   for (const Case& c :
        {Case{0, "XY", "XYhello", 15}, Case{-3, "XY", "XYhello", 15}, Case{4, "XY", "hellXYo", 15},
-        Case{5, "XY", "helloXY", 15}, Case{99, "XY", "helloXY", 15}, Case{4, "", "hello", 15},
+        Case{5, "XY", "helloXY", 15}, Case{5, "1234567890", "hello1234567890", 31},
+        Case{99, "XY", "helloXY", 15}, Case{4, "", "hello", 15},
         Case{4, "123456789", "hell123456789o", 15}, Case{4, "1234567890", "hell1234567890o", 15},
         Case{1, "12345678901", "h12345678901ello", 31}}) {
     DString s("hello", 0, 16);
     s.insertAt(c.position, c.inserted);
     expectText(s, c.after, c.maxLength, false);
   }
+}
+
+TEST_F(DStringTest, InsertingBehindTheTextRunsTheAppendingOfTheConcreteType) {
+  class Marking : public DString {
+   public:
+    using DString::DString;
+    void appendTo(const char* src, int n) override {
+      DString::appendTo(src, n);
+      setChar(0, '*');
+    }
+  };
+  Marking s("hello");
+  s.insertAt(4, "X");
+  EXPECT_STREQ(s.getString(), "hellXo");
+  s.insertAt(6, "Y");
+  EXPECT_STREQ(s.getString(), "*ellXoY");
 }
 
 TEST_F(DStringTest, InsertingClearsTheFlagAndNullLeavesIt) {
@@ -377,6 +410,28 @@ TEST_F(DStringWithoutMemoryTest, SizesPastTheIntegersCountAsNoMemory) {
 
 TEST_F(DStringWithoutMemoryTest, ANegativeIncrementCountsAsNoMemory) {
   expectText(DString("hello", 0, -16), "", 0, true);
+}
+
+TEST_F(DStringWithoutMemoryTest, ABlockGotLaterIsKeptAndFreedOnce) {
+  const std::function<void(DString&)> stores[] = {
+      [](DString& s) { s = "hello"; },
+      [](DString& s) { s += "hello"; },
+      [](DString& s) { s.insertAt(0, "hello"); },
+  };
+  for (const auto& store : stores) {
+    std::optional<DString> s;
+    {
+      const NoMemory none;
+      s.emplace("lost", 0, 16);
+    }
+    store(*s);
+    const WatchedBlock block(*s);
+    *s = "a text";
+    *s += "!";
+    EXPECT_EQ(block.timesFreed(), 0);
+    s.reset();
+    EXPECT_EQ(block.timesFreed(), 1);
+  }
 }
 
 TEST_F(DStringWithoutMemoryTest, TheSharedStringIsNeverFreed) {
@@ -543,6 +598,15 @@ TEST(DStringDeathTest, AnIncrementOfZeroIsAnArithmeticFault) {
         const DString s("hello", 0, 0);
       },
       ::testing::KilledBySignal(SIGFPE), "");
+}
+
+TEST(DStringDeathTest, AnIncrementOfZeroEndsAProcessThatIgnoresFaults) {
+  EXPECT_EXIT(
+      {
+        std::signal(SIGFPE, SIG_IGN);
+        const DString s("hello", 0, 0);
+      },
+      ::testing::KilledBySignal(SIGABRT), "");
 }
 
 }  // namespace

@@ -67,13 +67,25 @@ TEST(FStringTest, NumbersThatDoNotFitAreCut) {
   expectText(s, "12345", true);
 }
 
+template <class Value>
+void expectHeldByTwentyCharacters(Value value) {
+  const std::string text = std::to_string(value);
+  expectText(FString<20>(value), text.c_str(), false);
+  FString<20> assigned("before");
+  assigned = value;
+  expectText(assigned, text.c_str(), false);
+  FString<20> appended;
+  appended += value;
+  expectText(appended, text.c_str(), false);
+}
+
 TEST(FStringTest, TwentyCharactersHoldAnyNumber) {
-  for (const long value : {LONG_MIN, LONG_MAX, long{INT_MIN}}) {
-    expectText(FString<20>(value), std::to_string(value).c_str(), false);
-  }
-  expectText(FString<20>(ULONG_MAX), std::to_string(ULONG_MAX).c_str(), false);
-  expectText(FString<20>(INT_MIN), std::to_string(INT_MIN).c_str(), false);
-  expectText(FString<20>(UINT_MAX), std::to_string(UINT_MAX).c_str(), false);
+  expectHeldByTwentyCharacters(INT_MIN);
+  expectHeldByTwentyCharacters(INT_MAX);
+  expectHeldByTwentyCharacters(UINT_MAX);
+  expectHeldByTwentyCharacters(LONG_MIN);
+  expectHeldByTwentyCharacters(LONG_MAX);
+  expectHeldByTwentyCharacters(ULONG_MAX);
 }
 
 TEST(FStringTest, TheFlagTellsOfTheLastOperation) {

@@ -155,9 +155,10 @@ TYPED_TEST(StringBaseTest, ComparesSubstringsOverAnInclusiveRange) {
   for (const Case& c :
        {Case{1, 3, "ellX", true}, Case{1, 4, "ellX", false}, Case{1, 3, "el", false},
         Case{3, 1, "l", true}, Case{3, 1, "lX", true}, Case{3, 1, "X", false},
-        Case{0, 99, "hello", true}, Case{0, 99, "hell", false}, Case{-7, 1, "he", true},
-        Case{2, -1, "l", true}, Case{-1, -1, "hX", true}, Case{5, 5, "o", true},
-        Case{99, 99, "oX", true}, Case{99, 0, "o", true}, Case{0, 0, nullptr, false}}) {
+        Case{0, 99, "hello", true}, Case{0, 99, "hell", false}, Case{1, 5, "elloX", true},
+        Case{-7, 1, "he", true}, Case{2, -1, "l", true}, Case{-1, -1, "hX", true},
+        Case{5, 5, "o", true}, Case{99, 99, "oX", true}, Case{99, 0, "o", true},
+        Case{0, 0, nullptr, false}}) {
     SCOPED_TRACE(std::to_string(c.from) + " to " + std::to_string(c.to));
     EXPECT_EQ(this->text.isEqualSubstring(c.from, c.to, c.other), c.equal);
     EXPECT_EQ(this->text.isEqualSubstringIgnoreCase(c.from, c.to, c.other), c.equal);
@@ -204,13 +205,16 @@ TYPED_TEST(StringBaseTest, EndsWithASuffixAndWithNothing) {
 TYPED_TEST(StringBaseTest, FindsCharactersFromAnIndexWithinTheText) {
   this->text = "hello";
   EXPECT_EQ(this->text.indexOf('l'), 2);
+  EXPECT_EQ(this->text.indexOf('h'), 0);
   EXPECT_EQ(this->text.indexOf('l', 2), 2);
   EXPECT_EQ(this->text.indexOf('l', 3), 3);
   EXPECT_EQ(this->text.indexOf('l', 4), -1);
   EXPECT_EQ(this->text.indexOf('l', 5), -1);
+  EXPECT_EQ(this->text.indexOf('\0', 5), -1);
   EXPECT_EQ(this->text.indexOf('l', -1), -1);
   EXPECT_EQ(this->text.indexOf('x'), -1);
   EXPECT_EQ(this->text.lastIndexOf('l'), 3);
+  EXPECT_EQ(this->text.lastIndexOf('h'), 0);
   EXPECT_EQ(this->text.lastIndexOf('x'), -1);
   EXPECT_EQ(this->text.count('l'), 2);
   EXPECT_EQ(this->text.count('x'), 0);
@@ -219,6 +223,7 @@ TYPED_TEST(StringBaseTest, FindsCharactersFromAnIndexWithinTheText) {
 TYPED_TEST(StringBaseTest, FindsTextFromAnIndexWithinTheText) {
   this->text = "banana";
   EXPECT_EQ(this->text.indexOf("an"), 1);
+  EXPECT_EQ(this->text.indexOf("banana"), 0);
   EXPECT_EQ(this->text.indexOf("an", 1), 1);
   EXPECT_EQ(this->text.indexOf("an", 2), 3);
   EXPECT_EQ(this->text.indexOf("an", 4), -1);
@@ -287,14 +292,24 @@ TYPED_TEST(StringBaseTest, CutRemovesAnInclusiveRange) {
     const char* after;
   };
   constexpr int most = 0x7fffffff;
-  for (const Case& c : {Case{1, 2, "hlo"}, Case{2, 10, "he"}, Case{3, 1, "hello"},
-                        Case{0, 0, "ello"}, Case{0, 4, ""}, Case{4, 4, "hell"}, Case{0, 3, "o"},
-                        Case{1, most, "h"}, Case{-1, 2, "hello"}, Case{5, 6, "hello"}}) {
+  for (const Case& c :
+       {Case{1, 2, "hlo"}, Case{2, 10, "he"}, Case{3, 1, "hello"}, Case{0, 0, "ello"},
+        Case{0, 4, ""}, Case{4, 4, "hell"}, Case{0, 3, "o"}, Case{2, 5, "he"}, Case{1, most, "h"},
+        Case{-1, 2, "hello"}, Case{5, 6, "hello"}}) {
     this->expect(
         "hello", [&](String& s) { s.cut(c.from, c.to); }, c.after, false);
   }
   this->expect(
       "", [](String& s) { s.cut(0, 0); }, "", false);
+}
+
+TYPED_TEST(StringBaseTest, CutMovesTheRestAlone) {
+  int size = 0;
+  const char* buffer = this->text.getBuffer(size);
+  this->text = "hello, you";
+  this->text = "hello";
+  this->text.cut(1, 2);
+  EXPECT_EQ(std::string(buffer, 10), std::string("hlo\0o\0 you", 10));
 }
 
 TYPED_TEST(StringBaseTest, ReplaceCountsWhatItReplaced) {
@@ -305,7 +320,8 @@ TYPED_TEST(StringBaseTest, ReplaceCountsWhatItReplaced) {
     int replaced;
     const char* after;
   };
-  for (const Case& c : {Case{"hello", 'l', 'L', 2, "heLLo"}, Case{"hello", 'l', 'l', 0, "hello"},
+  for (const Case& c : {Case{"hello", 'l', 'L', 2, "heLLo"}, Case{"lol", 'l', 'L', 2, "LoL"},
+                        Case{"hello", '\0', 'x', 0, "hello"}, Case{"hello", 'l', 'l', 0, "hello"},
                         Case{"hello", 'x', 'y', 0, "hello"}, Case{"", 'l', 'L', 0, ""},
                         Case{"hello", 'l', '\0', 2, "he"}}) {
     this->expect(
@@ -515,6 +531,15 @@ TYPED_TEST(StringBaseTest, TakesItsOwnTextAsSource) {
   EXPECT_STREQ(s.getString(), "lohe");
 }
 
+TYPED_TEST(StringBaseTest, InsertingMovesTheTailAlone) {
+  int size = 0;
+  const char* buffer = this->text.getBuffer(size);
+  this->text = "abcdefghij";
+  this->text = "hello";
+  this->text.insertAt(1, "X");
+  EXPECT_EQ(std::string(buffer, 10), std::string("hXello\0hij", 10));
+}
+
 // Every place to insert at, with every part of the text as what is inserted.
 TYPED_TEST(StringBaseTest, InsertsPartsOfItsOwnText) {
   const std::string own = "abcde";
@@ -533,6 +558,7 @@ TYPED_TEST(StringBaseTest, InsertsPartsOfItsOwnText) {
 class Recorder : public FString<16> {
  public:
   Recorder() : FString<16>("ab") {}
+  using FString<16>::operator=;
 
   std::string marksOf(const std::function<void(Recorder&)>& operation) {
     _marks.clear();
@@ -595,6 +621,7 @@ TEST(StringBaseVirtualTest, OperationsRunThoseOfTheConcreteType) {
        },
        "maxLength "},
       {"cut to the end", [](Recorder& s) { s.cut(0, 9); }, "trimRight "},
+      {"cut to the last byte", [](Recorder& s) { s.cut(0, 1); }, "trimRight "},
       {"cut", [](Recorder& s) { s.cut(0, 0); }, "length "},
       {"trimRight", [](Recorder& s) { s.trimRight(1); }, "length "},
       {"setChar", [](Recorder& s) { s.setChar(0, 'x'); }, "length "},
@@ -609,10 +636,21 @@ TEST(StringBaseVirtualTest, OperationsRunThoseOfTheConcreteType) {
       {"== of the other", [](Recorder& s) { (void)(FString<4>("x") == s); }, "getString "},
       {"!= of the other", [](Recorder& s) { (void)(FString<4>("x") != s); }, "getString "},
       {"insertAt past the end", [](Recorder& s) { s.insertAt(9, "x"); }, "appendTo "},
-      {"= text", [](Recorder& s) { s.FString<16>::operator=("x"); }, "copyIn "},
+      {"= string", [](Recorder& s) { s = FString<4>("x"); }, "copyIn "},
+      {"= fixed string", [](Recorder& s) { s = FString<16>("x"); }, "copyIn "},
+      {"= text", [](Recorder& s) { s = "x"; }, "copyIn "},
+      {"= char", [](Recorder& s) { s = 'x'; }, "copyIn "},
+      {"= int", [](Recorder& s) { s = 1; }, "vformat "},
+      {"= unsigned int", [](Recorder& s) { s = 1U; }, "vformat "},
+      {"= long", [](Recorder& s) { s = 1L; }, "vformat "},
+      {"= unsigned long", [](Recorder& s) { s = 1UL; }, "vformat "},
+      {"+= string", [](Recorder& s) { s += FString<4>("x"); }, "appendTo "},
       {"+= text", [](Recorder& s) { s += "x"; }, "appendTo "},
-      {"= number", [](Recorder& s) { s.FString<16>::operator=(1); }, "vformat "},
-      {"+= number", [](Recorder& s) { s += 1; }, "vformatAppend "},
+      {"+= char", [](Recorder& s) { s += 'x'; }, "appendTo "},
+      {"+= int", [](Recorder& s) { s += 1; }, "vformatAppend "},
+      {"+= unsigned int", [](Recorder& s) { s += 1U; }, "vformatAppend "},
+      {"+= long", [](Recorder& s) { s += 1L; }, "vformatAppend "},
+      {"+= unsigned long", [](Recorder& s) { s += 1UL; }, "vformatAppend "},
   };
   for (const Case& c : cases) {
     Recorder recorder;
@@ -634,6 +672,41 @@ TEST(StringBaseVirtualTest, TrimmingKeepsToABufferWithoutRoom) {
   roomless.removeTrailingSpaces();
   roomless.removeTrailingChars("-");
   EXPECT_EQ(buffer[1], '#');
+}
+
+TEST(StringBaseVirtualTest, TrimmingTakesTheOnlyCharacterThatThereIsRoomFor) {
+  FString<1> spaces(" ");
+  spaces.removeTrailingSpaces();
+  EXPECT_STREQ(spaces.getString(), "");
+  FString<1> dashes("-");
+  dashes.removeTrailingChars("-");
+  EXPECT_STREQ(dashes.getString(), "");
+}
+
+TEST(StringBaseVirtualTest, AFormattedOutputIsJudgedByItsSize) {
+  class Judge : public FString<8> {
+   public:
+    using FString<8>::operator=;
+    using FString<8>::validateSizeAfterFormat;
+  };
+  struct Case {
+    int room;
+    int written;
+    const char* after;
+    bool truncated;
+  };
+  for (const bool before : {false, true}) {
+    for (const Case& c : {Case{4, 4, "abcdef", false}, Case{4, 0, "abcdef", false},
+                          Case{4, 5, "abc", true}, Case{4, -1, "abc", true}}) {
+      Judge s;
+      s = "abcdef";
+      s.validateSizeAfterFormat(1, before ? 2 : 1, 8);
+      ASSERT_EQ(s.truncated(), before);
+      s.validateSizeAfterFormat(c.room, c.written, 3);
+      EXPECT_STREQ(s.getString(), c.after) << c.written;
+      EXPECT_EQ(s.truncated(), c.truncated) << c.written;
+    }
+  }
 }
 
 TEST(StringBaseVirtualTest, FormatKeepsToTheRoomOfTheConcreteType) {

@@ -48,6 +48,9 @@ Outcome inChild(const std::function<void()>& body) {
   Capture error;
   std::fflush(nullptr);
   const pid_t child = ::fork();
+  if (child < 0) {
+    std::abort();
+  }
   if (child == 0) {
     ::dup2(output.descriptor(), STDOUT_FILENO);
     ::dup2(error.descriptor(), STDERR_FILENO);
