@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <numeric>
 #include <utility>
 
 #include "metakit/Sequence.h"
@@ -91,6 +92,11 @@ WideColumn::WideColumn(std::shared_ptr<Source> source, Extent entry, std::int32_
       _entry(entry),
       _rows(rows) {}
 
+WideColumn::WideColumn(std::shared_ptr<Source> source, std::int32_t rows)
+    : WideColumn(std::move(source), Extent{}, rows) {
+  _changed = rows > 0;
+}
+
 Bytes& WideColumn::own() {
   if (!_inMemory) {
     if (_stored != nullptr) {
@@ -148,85 +154,93 @@ void WideColumn::save(Commit& commit, Bytes& walk) {
 // ---- BytesColumn ----
 
 BytesColumn::BytesColumn(std::shared_ptr<Source> source, const BytesEntry& entry, std::int32_t rows)
-    : _source(std::move(source)), _entry(entry), _rows(rows) {
+    : _source(std::move(source)), _sizes(bytesOf(_source, entry.sizes.block)) {
   if (_source != nullptr) {
-    _sizes = _source->bytes(_entry.sizes.block);
-    EntryReader(*_source).memos(_entry.memos, rows, _memos);
-    noteOffsets();
+    EntryReader(*_source).memos(entry.memos, rows, _memos);
   }
+  takeStored(entry, rows);
 }
 
-void BytesColumn::noteOffsets() {
+/// The last commit has this, and what _sizes and _memos tell.
+void BytesColumn::takeStored(const BytesEntry& entry, std::int32_t rows) {
+  _entry = entry;
+  _storedRows = rows;
+  _offsets.clear();
   if (_sizes == nullptr) {
     return;
   }
-  _offsets.reserve(static_cast<std::size_t>(_rows / stride) + 1);
+  _offsets.reserve(static_cast<std::size_t>(rows / stride) + 1);
   std::int32_t offset = 0;
-  for (std::int32_t row = 0; row < _rows; ++row) {
+  for (std::int32_t row = 0; row < rows; ++row) {
     if (row % stride == 0) {
       _offsets.push_back(offset);
     }
-    offset += packedGet(_sizes, _entry.sizes.width, row, _source->order());
+    offset += storedSize(row);
   }
 }
 
+std::int32_t BytesColumn::storedSize(std::int32_t row) const {
+  return packedGet(_sizes, _entry.sizes.width, row, orderOf(_source));
+}
+
 BytesColumn::Place BytesColumn::storedPlace(std::int32_t row) const {
+  Place place;
   const auto memo =
       std::lower_bound(_memos.begin(), _memos.end(), row,
                        [](const Memo& candidate, std::int32_t at) { return candidate.row < at; });
   if (memo != _memos.end() && memo->row == row) {
-    return {memo->block, true};
+    place.kind = Place::Kind::Memo;
+    place.block = memo->block;
+    place.memo = static_cast<std::size_t>(memo - _memos.begin());
+  } else if (_sizes != nullptr) {
+    place.kind = Place::Kind::Inline;
+    place.block.position = _entry.data.position + _offsets[static_cast<std::size_t>(row / stride)];
+    for (std::int32_t before = row - row % stride; before < row; ++before) {
+      place.block.position += storedSize(before);
+    }
+    place.block.size = storedSize(row);
   }
-  Place place;
-  if (_sizes == nullptr) {
-    return place;
-  }
-  const auto sizeAt = [this](std::int32_t at) {
-    return packedGet(_sizes, _entry.sizes.width, at, _source->order());
-  };
-  place.block.position = _entry.data.position + _offsets[static_cast<std::size_t>(row / stride)];
-  for (std::int32_t before = row - row % stride; before < row; ++before) {
-    place.block.position += sizeAt(before);
-  }
-  place.block.size = sizeAt(row);
+  place.bytes = bytesOf(_source, place.block);
   return place;
 }
 
-std::vector<BytesColumn::Cell>& BytesColumn::own() {
-  if (!_inMemory) {
-    _cells.reserve(static_cast<std::size_t>(_rows));
-    for (std::int32_t row = 0; row < _rows; ++row) {
-      _cells.push_back({storedPlace(row), nullptr});
-    }
-    _offsets = {};
-    _memos = {};
-    _inMemory = true;
+BytesColumn::Place BytesColumn::placeOf(std::int32_t row) const {
+  const std::int32_t origin = _changed ? _origins[static_cast<std::size_t>(row)] : row;
+  if (origin > none) {
+    return storedPlace(origin);
   }
-  return _cells;
-}
-
-const std::uint8_t* BytesColumn::bytesOf(const Cell& cell) const {
-  return cell.fresh != nullptr ? cell.fresh.get() : Metakit::bytesOf(_source, cell.place.block);
+  Place place;
+  if (origin < none) {
+    const Fresh& item = _fresh[freshIndex(origin)];
+    place.kind = Place::Kind::Fresh;
+    place.block.size = item.size;
+    place.bytes = item.bytes.get();
+  }
+  return place;
 }
 
 BytesColumn::Item BytesColumn::at(std::int32_t row) const {
-  Item item = {nullptr, 0};
-  if (_inMemory) {
-    const Cell& cell = _cells[static_cast<std::size_t>(row)];
-    item = {bytesOf(cell), cell.place.block.size};
-  } else {
-    const Extent block = storedPlace(row).block;
-    item = {Metakit::bytesOf(_source, block), block.size};
-  }
+  const Place place = placeOf(row);
   // An item that cannot be read any more is none.
-  return item.bytes != nullptr ? item : Item{nullptr, 0};
+  return {place.bytes, place.bytes != nullptr ? place.block.size : 0};
 }
 
-void BytesColumn::noteChange(const Cell& cell) {
-  if (!cell.place.memo) {
-    _dataChanged = _dataChanged || cell.place.block.size > 0;
-  } else if (cell.fresh == nullptr) {
-    _dropped.push_back(cell.place.block);
+std::vector<std::int32_t>& BytesColumn::origins() {
+  if (!_changed) {
+    const auto rows = static_cast<std::size_t>(_storedRows);
+    // A few rows are added more often than twice as many.
+    _origins.reserve(rows + rows / 16 + 16);
+    _origins.resize(rows);
+    std::iota(_origins.begin(), _origins.end(), 0);
+    _changed = true;
+  }
+  return _origins;
+}
+
+void BytesColumn::forget(std::int32_t origin) {
+  if (origin < none) {
+    _fresh[freshIndex(origin)] = {};
+    _unused.push_back(origin);
   }
 }
 
@@ -237,39 +251,132 @@ void BytesColumn::set(std::int32_t row, const void* bytes, std::int32_t size) {
       (before.bytes == nullptr || std::memcmp(before.bytes, bytes, length) == 0)) {
     return;
   }
-  Cell cell;
-  cell.place.block.size = size;
-  cell.place.memo = size > inlineLimit;
+  Fresh item;
   if (size > 0) {
-    cell.fresh = std::make_unique<std::uint8_t[]>(length);
-    std::memcpy(cell.fresh.get(), bytes, length);
+    item = {std::make_unique<std::uint8_t[]>(length), size};
+    std::memcpy(item.bytes.get(), bytes, length);
   }
-  Cell& old = own()[static_cast<std::size_t>(row)];
-  noteChange(old);
-  noteChange(cell);
-  old = std::move(cell);
-  _changed = true;
+  std::int32_t& origin = origins()[static_cast<std::size_t>(row)];
+  forget(std::exchange(origin, none));
+  if (size == 0) {
+    return;
+  }
+  if (_unused.empty()) {
+    _fresh.emplace_back();
+    _unused.push_back(none - static_cast<std::int32_t>(_fresh.size()));
+  }
+  origin = _unused.back();
+  _unused.pop_back();
+  _fresh[freshIndex(origin)] = std::move(item);
 }
 
 void BytesColumn::append() {
-  own().emplace_back();
-  ++_rows;
-  _changed = true;
+  origins().push_back(none);
 }
 
 void BytesColumn::remove(std::int32_t row, std::int32_t count) {
-  std::vector<Cell>& cells = own();
-  for (std::int32_t i = row; i < row + count; ++i) {
-    noteChange(cells[static_cast<std::size_t>(i)]);
-  }
-  cells.erase(cells.begin() + row, cells.begin() + row + count);
-  _rows -= count;
-  _changed = true;
+  std::vector<std::int32_t>& all = origins();
+  const auto first = all.begin() + row;
+  std::for_each(first, first + count, [this](std::int32_t origin) { forget(origin); });
+  all.erase(first, first + count);
 }
 
 void BytesColumn::copy(std::int32_t row, const Column& from, std::int32_t fromRow) {
   const Item item = static_cast<const BytesColumn&>(from).at(fromRow);
   set(row, item.bytes, item.size);
+}
+
+bool BytesColumn::movesData() const {
+  std::int64_t kept = 0;
+  for (std::size_t row = 0; row < _origins.size(); ++row) {
+    const Place place = placeOf(static_cast<std::int32_t>(row));
+    if (place.kind == Place::Kind::Fresh && place.block.size <= inlineLimit) {
+      return true;
+    }
+    kept += place.kind == Place::Kind::Inline ? place.block.size : 0;
+  }
+  return kept != _entry.data.size;
+}
+
+void BytesColumn::save(Commit& commit, Bytes& walk) {
+  if (!_changed) {
+    appendEntry(walk, _entry);
+    return;
+  }
+  const bool moves = movesData();
+  Bytes data;
+  PackedInts sizes(orderOf(_source));
+  std::vector<Memo> memos;
+  std::vector<bool> keeps(_memos.size());
+  const auto rows = static_cast<std::int32_t>(_origins.size());
+  for (std::int32_t row = 0; row < rows; ++row) {
+    Place place = placeOf(row);
+    const std::int32_t size = place.block.size;
+    // Inline items that have to be moved anyway are moved out if they are long.
+    const bool isFresh = place.kind == Place::Kind::Fresh;
+    const bool isMemo =
+        place.kind == Place::Kind::Memo ? size > 0 : size > inlineLimit && (isFresh || moves);
+    sizes.append(isMemo ? 0 : size);
+    if (size > 0 && place.bytes == nullptr) {
+      commit.fail();
+    } else if (isMemo) {
+      if (place.kind == Place::Kind::Memo) {
+        keeps[place.memo] = true;
+      } else {
+        place.block = commit.place(place.bytes, size);
+      }
+      memos.push_back({row, place.block});
+    } else if (moves) {
+      data.insert(data.end(), place.bytes, place.bytes + size);
+    }
+  }
+  BytesEntry entry;
+  entry.data = _entry.data;
+  if (moves) {
+    commit.release(_entry.data);
+    entry.data = commit.place(std::move(data));
+  }
+  const Bytes packed = entry.data.size > 0 ? sizes.packed() : Bytes{};
+  entry.sizes.block = commit.place(Bytes(packed));
+  entry.sizes.width = packedWidthOf(rows, entry.sizes.block.size);
+  commit.release(_entry.sizes.block);
+  entry.memos = commit.place(memoWalk(memos));
+  commit.release(_entry.memos);
+  for (std::size_t i = 0; i < _memos.size(); ++i) {
+    if (!keeps[i]) {
+      commit.release(_memos[i].block);
+    }
+  }
+  appendEntry(walk, entry);
+  commit.whenDone([this, entry, rows, packed, memos] {
+    _ownSizes = packed;
+    _sizes = packed.empty() ? nullptr : _ownSizes.data();
+    _memos = memos;
+    takeStored(entry, rows);
+    _changed = false;
+    // Not {}, which would keep the memory.
+    _origins = std::vector<std::int32_t>();
+    _fresh = std::vector<Fresh>();
+    _unused.clear();
+  });
+}
+
+void BytesColumn::listBlocks(std::vector<Extent>& blocks) const {
+  blocks.insert(blocks.end(), {_entry.data, _entry.sizes.block, _entry.memos});
+  for (const Memo& memo : _memos) {
+    blocks.push_back(memo.block);
+  }
+}
+
+Bytes BytesColumn::memoWalk(const std::vector<Memo>& memos) {
+  Bytes walk;
+  std::int32_t next = 0;
+  for (const Memo& memo : memos) {
+    appendInteger(walk, memo.row - next);
+    appendExtent(walk, memo.block);
+    next = memo.row + 1;
+  }
+  return walk;
 }
 
 void BytesColumn::appendEntry(Bytes& walk, const BytesEntry& entry) {
@@ -280,103 +387,25 @@ void BytesColumn::appendEntry(Bytes& walk, const BytesEntry& entry) {
   appendExtent(walk, entry.memos);
 }
 
-void BytesColumn::save(Commit& commit, Bytes& walk) {
-  if (!_changed) {
-    appendEntry(walk, _entry);
-    return;
-  }
-  Bytes data;
-  PackedInts sizes(orderOf(_source));
-  Bytes memos;
-  std::int32_t passed = 0;
-  // Where each item is to be; positions of inline items count from the start of the data.
-  std::vector<Place> places(_cells.size());
-  for (std::size_t i = 0; i < _cells.size(); ++i) {
-    const Cell& cell = _cells[i];
-    Place& place = places[i];
-    place = cell.place;
-    // Inline items that have to be moved anyway are moved out if they are long.
-    place.memo = place.memo || (_dataChanged && place.block.size > inlineLimit);
-    if (place.memo) {
-      if (cell.fresh != nullptr || !cell.place.memo) {
-        place.block = commit.place(bytesOf(cell), place.block.size);
-      }
-      appendInteger(memos, passed);
-      appendExtent(memos, place.block);
-      passed = 0;
-      sizes.append(0);
-      continue;
-    }
-    ++passed;
-    sizes.append(place.block.size);
-    if (_dataChanged && place.block.size > 0) {
-      const std::uint8_t* bytes = bytesOf(cell);
-      place.block.position = static_cast<std::int32_t>(data.size());
-      data.insert(data.end(), bytes, bytes + place.block.size);
-    }
-  }
-  BytesEntry entry;
-  entry.data = _entry.data;
-  if (_dataChanged) {
-    commit.release(_entry.data);
-    entry.data = commit.place(std::move(data));
-  }
-  commit.release(_entry.sizes.block);
-  if (entry.data.size > 0) {
-    entry.sizes.block = commit.place(sizes.packed());
-  }
-  commit.release(_entry.memos);
-  entry.memos = commit.place(std::move(memos));
-  commit.release(_dropped);
-  appendEntry(walk, entry);
-
-  commit.whenDone([this, entry, places = std::move(places)] {
-    for (std::size_t i = 0; i < _cells.size(); ++i) {
-      Cell& cell = _cells[i];
-      cell.place = places[i];
-      cell.fresh = nullptr;
-      if (_dataChanged && !cell.place.memo) {
-        cell.place.block.position += entry.data.position;
-      }
-    }
-    _entry = entry;
-    _changed = false;
-    _dataChanged = false;
-    _dropped.clear();
-  });
-}
-
-void BytesColumn::listBlocks(std::vector<Extent>& blocks) const {
-  blocks.insert(blocks.end(), {_entry.data, _entry.sizes.block, _entry.memos});
-  blocks.insert(blocks.end(), _dropped.begin(), _dropped.end());
-  for (const Memo& memo : _memos) {
-    blocks.push_back(memo.block);
-  }
-  for (const Cell& cell : _cells) {
-    if (cell.place.memo && cell.fresh == nullptr) {
-      blocks.push_back(cell.place.block);
-    }
-  }
-}
-
 // ---- ViewColumn ----
 
 ViewColumn::ViewColumn(std::shared_ptr<Source> source, std::shared_ptr<const Structure> structure,
                        Extent entry, std::int32_t rows)
     : _source(std::move(source)),
       _structure(std::move(structure)),
+      _rows(rows),
       _entry(entry),
-      _rows(static_cast<std::size_t>(rows)) {
-  const std::uint8_t* bytes = bytesOf(_source, _entry);
-  if (bytes == nullptr) {
+      _stored(bytesOf(_source, entry)) {
+  if (_stored == nullptr) {
     return;
   }
   EntryReader reader(*_source);
-  WalkReader walk(bytes, _entry.size);
-  for (Row& row : _rows) {
-    row.offset = static_cast<std::int32_t>(walk.position() - bytes);
+  WalkReader walk(_stored, _entry.size);
+  _parts.reserve(static_cast<std::size_t>(rows));
+  for (std::int32_t row = 0; row < rows; ++row) {
+    const auto offset = static_cast<std::int32_t>(walk.position() - _stored);
     reader.sequence(walk, *_structure);
-    row.size = static_cast<std::int32_t>(walk.position() - bytes) - row.offset;
+    _parts.push_back({offset, static_cast<std::int32_t>(walk.position() - _stored) - offset});
   }
 }
 
@@ -386,46 +415,59 @@ ViewColumn::ViewColumn(std::shared_ptr<Source> source, std::shared_ptr<const Str
   _changed = rows > 0;
 }
 
+WalkReader ViewColumn::storedWalk(std::int32_t row) const {
+  if (static_cast<std::size_t>(row) >= _parts.size()) {
+    return {nullptr, 0};
+  }
+  const Part& part = _parts[static_cast<std::size_t>(row)];
+  return {_stored + part.offset, part.size};
+}
+
 const std::shared_ptr<Sequence>& ViewColumn::at(std::int32_t row) const {
-  Row& place = _rows[static_cast<std::size_t>(row)];
-  if (place.rows == nullptr) {
-    if (place.size > 0) {
-      WalkReader walk(_source->bytes(_entry) + place.offset, place.size);
-      walk.integer();
-      place.rows = std::make_shared<Sequence>(_source, _structure, walk);
+  std::shared_ptr<Sequence>& rows = _loaded[row];
+  if (rows == nullptr) {
+    WalkReader walk = storedWalk(row);
+    if (walk.atEnd()) {
+      rows = std::make_shared<Sequence>(_source, _structure);
     } else {
-      place.rows = std::make_shared<Sequence>(_source, _structure);
+      walk.integer();
+      rows = std::make_shared<Sequence>(_source, _structure, walk);
     }
   }
-  return place.rows;
+  return rows;
 }
 
 void ViewColumn::restructure(const std::shared_ptr<const Structure>& structure) {
-  const bool same = _structure->isSameAs(*structure);
-  for (std::size_t row = 0; row < _rows.size(); ++row) {
-    if (!same || _rows[row].rows != nullptr) {
-      at(static_cast<std::int32_t>(row))->restructure(structure);
+  if (!_structure->isSameAs(*structure)) {
+    for (std::size_t row = 0; row < _parts.size(); ++row) {
+      at(static_cast<std::int32_t>(row));
     }
+    _changed = true;
+  }
+  for (const auto& [row, rows] : _loaded) {
+    rows->restructure(structure);
   }
   _structure = structure;
-  _changed = _changed || !same;
-}
-
-void ViewColumn::drop(std::int32_t row) {
-  at(row)->listBlocks(_dropped);
-  _changed = true;
 }
 
 void ViewColumn::append() {
-  _rows.emplace_back();
+  ++_rows;
   _changed = true;
 }
 
 void ViewColumn::remove(std::int32_t row, std::int32_t count) {
-  for (std::int32_t i = row; i < row + count; ++i) {
-    drop(i);
+  listBlocksOf(row, count, _dropped);
+  const auto stored = static_cast<std::int32_t>(_parts.size());
+  _parts.erase(_parts.begin() + std::min(row, stored),
+               _parts.begin() + std::min(row + count, stored));
+  auto loaded = _loaded.erase(_loaded.lower_bound(row), _loaded.lower_bound(row + count));
+  while (loaded != _loaded.end()) {
+    auto moved = _loaded.extract(loaded++);
+    moved.key() -= count;
+    _loaded.insert(std::move(moved));
   }
-  _rows.erase(_rows.begin() + row, _rows.begin() + row + count);
+  _rows -= count;
+  _changed = true;
 }
 
 void ViewColumn::clear(std::int32_t row) {
@@ -434,13 +476,12 @@ void ViewColumn::clear(std::int32_t row) {
 }
 
 void ViewColumn::copy(std::int32_t row, const Column& from, std::int32_t fromRow) {
-  at(row)->assign(*static_cast<const ViewColumn&>(from).at(fromRow));
+  at(row)->copyRows(*static_cast<const ViewColumn&>(from).at(fromRow));
 }
 
 bool ViewColumn::changed() const {
-  return _changed || std::any_of(_rows.begin(), _rows.end(), [](const Row& row) {
-           return row.rows != nullptr && row.rows->changed();
-         });
+  return _changed || std::any_of(_loaded.begin(), _loaded.end(),
+                                 [](const auto& row) { return row.second->changed(); });
 }
 
 void ViewColumn::save(Commit& commit, Bytes& walk) {
@@ -448,34 +489,37 @@ void ViewColumn::save(Commit& commit, Bytes& walk) {
     appendExtent(walk, _entry);
     return;
   }
-  const std::uint8_t* stored = bytesOf(_source, _entry);
+  commit.enter();
   Bytes block;
-  std::vector<Row> places(_rows.size());
-  for (std::size_t i = 0; i < _rows.size(); ++i) {
-    const Row& row = _rows[i];
-    places[i].offset = static_cast<std::int32_t>(block.size());
-    if (row.rows != nullptr) {
+  std::vector<Part> parts;
+  parts.reserve(static_cast<std::size_t>(_rows));
+  auto loaded = _loaded.begin();
+  for (std::int32_t row = 0; row < _rows; ++row) {
+    const auto offset = static_cast<std::int32_t>(block.size());
+    if (loaded != _loaded.end() && loaded->first == row) {
       appendInteger(block, 0);
-      row.rows->save(commit, block);
-    } else if (row.size > 0) {
-      block.insert(block.end(), stored + row.offset, stored + row.offset + row.size);
+      loaded->second->save(commit, block);
+      ++loaded;
+    } else if (static_cast<std::size_t>(row) < _parts.size()) {
+      const Part& part = _parts[static_cast<std::size_t>(row)];
+      block.insert(block.end(), _stored + part.offset, _stored + part.offset + part.size);
     } else {
       // No rows: the reserved 0 and the row count.
       appendInteger(block, 0);
       appendInteger(block, 0);
     }
-    places[i].size = static_cast<std::int32_t>(block.size()) - places[i].offset;
+    parts.push_back({offset, static_cast<std::int32_t>(block.size()) - offset});
   }
+  commit.leave();
   commit.release(_entry);
   commit.release(_dropped);
-  const Extent entry = commit.place(std::move(block));
+  const Extent entry = commit.place(Bytes(block));
   appendExtent(walk, entry);
-  commit.whenDone([this, entry, places = std::move(places)] {
-    for (std::size_t i = 0; i < _rows.size(); ++i) {
-      _rows[i].offset = places[i].offset;
-      _rows[i].size = places[i].size;
-    }
+  commit.whenDone([this, entry, block = std::move(block), parts = std::move(parts)] {
     _entry = entry;
+    _ownStored = block;
+    _stored = _ownStored.data();
+    _parts = parts;
     _changed = false;
     _dropped.clear();
   });
@@ -484,8 +528,24 @@ void ViewColumn::save(Commit& commit, Bytes& walk) {
 void ViewColumn::listBlocks(std::vector<Extent>& blocks) const {
   blocks.push_back(_entry);
   blocks.insert(blocks.end(), _dropped.begin(), _dropped.end());
-  for (std::size_t row = 0; row < _rows.size(); ++row) {
-    at(static_cast<std::int32_t>(row))->listBlocks(blocks);
+  listBlocksOf(0, _rows, blocks);
+}
+
+void ViewColumn::listBlocksOf(std::int32_t first, std::int32_t count,
+                              std::vector<Extent>& blocks) const {
+  auto loaded = _loaded.lower_bound(first);
+  const auto stored = static_cast<std::int32_t>(_parts.size());
+  for (std::int32_t row = first; row < std::min(first + count, stored); ++row) {
+    if (loaded != _loaded.end() && loaded->first == row) {
+      ++loaded;
+      continue;
+    }
+    WalkReader walk = storedWalk(row);
+    EntryReader(*_source, blocks).sequence(walk, *_structure);
+  }
+  for (loaded = _loaded.lower_bound(first);
+       loaded != _loaded.end() && loaded->first < first + count; ++loaded) {
+    loaded->second->listBlocks(blocks);
   }
 }
 

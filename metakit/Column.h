@@ -1,7 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -77,6 +78,8 @@ class IntColumn : public Column {
 class WideColumn : public Column {
  public:
   WideColumn(std::shared_ptr<Source> source, Extent entry, std::int32_t rows);
+  /// A column that is not in the file yet.
+  WideColumn(std::shared_ptr<Source> source, std::int32_t rows);
 
   std::int64_t at(std::int32_t row) const;
   void set(std::int32_t row, std::int64_t value);
@@ -130,44 +133,61 @@ class BytesColumn : public Column {
   void listBlocks(std::vector<Extent>& blocks) const override;
 
  private:
-  /// Where an item is, or is to be, in the file.
+  /// Where an item is.
   struct Place {
+    enum class Kind { None, Inline, Memo, Fresh };
+
+    Kind kind = Kind::None;
+    /// The block of a stored item; of a fresh one just its size.
     Extent block;
-    bool memo = false;
+    /// Null for an item that is empty or cannot be read.
+    const std::uint8_t* bytes = nullptr;
+    /// Its index among the memos.
+    std::size_t memo = 0;
   };
-  struct Cell {
-    Place place;
-    /// An item that is not written yet: place.block.size bytes.
-    std::unique_ptr<std::uint8_t[]> fresh;
+  /// An item that is not written yet.
+  struct Fresh {
+    std::unique_ptr<std::uint8_t[]> bytes;
+    std::int32_t size = 0;
   };
   /// Rows between two noted offsets into the stored data.
-  static constexpr std::int32_t stride = 64;
+  static constexpr std::int32_t stride = 16;
+  /// The origin of an empty item. Stored items have their row above it, fresh ones those below it.
+  static constexpr std::int32_t none = -1;
 
-  void noteOffsets();
-  Place storedPlace(std::int32_t row) const;
-  std::vector<Cell>& own();
-  const std::uint8_t* bytesOf(const Cell& cell) const;
-  /// To be called for an item that goes and for one that comes.
-  void noteChange(const Cell& cell);
+  static std::size_t freshIndex(std::int32_t origin) {
+    return static_cast<std::size_t>(none - 1 - origin);
+  }
+  static Bytes memoWalk(const std::vector<Memo>& memos);
   static void appendEntry(Bytes& walk, const BytesEntry& entry);
 
-  const std::shared_ptr<Source> _source;
-  BytesEntry _entry;
-  std::int32_t _rows;
+  void takeStored(const BytesEntry& entry, std::int32_t rows);
+  std::int32_t storedSize(std::int32_t row) const;
+  Place storedPlace(std::int32_t row) const;
+  Place placeOf(std::int32_t row) const;
+  /// To be changed by the caller.
+  std::vector<std::int32_t>& origins();
+  /// To be called for an origin that no row has any more.
+  void forget(std::int32_t origin);
+  /// Whether the block of inline items has to be written anew.
+  bool movesData() const;
 
-  // Until the first change: how to find a stored item.
-  const std::uint8_t* _sizes = nullptr;
+  const std::shared_ptr<Source> _source;
+
+  // What the last commit has, and how to find an item in it.
+  BytesEntry _entry;
+  std::int32_t _storedRows = 0;
+  const std::uint8_t* _sizes;
+  /// The bytes at _sizes, once this object wrote them.
+  Bytes _ownSizes;
   std::vector<std::int32_t> _offsets;
   std::vector<Memo> _memos;
 
-  // From then on: every item by itself.
-  bool _inMemory = false;
-  std::vector<Cell> _cells;
+  // While that is changed: the origin of each row's item, and the fresh ones.
   bool _changed = false;
-  /// Whether the block of inline items has to be written anew.
-  bool _dataChanged = false;
-  /// Memos of the last commit that no row uses any more.
-  std::vector<Extent> _dropped;
+  std::vector<std::int32_t> _origins;
+  std::vector<Fresh> _fresh;
+  std::vector<std::int32_t> _unused;
 };
 
 /// The rows of nested views, a sequence per row; a row is read when it is asked for.
@@ -194,19 +214,27 @@ class ViewColumn : public Column {
   void listBlocks(std::vector<Extent>& blocks) const override;
 
  private:
-  struct Row {
-    /// The row's part of the stored block; size 0 for a row that is not in the file.
-    std::int32_t offset = 0;
-    std::int32_t size = 0;
-    std::shared_ptr<Sequence> rows;
+  /// A row's part of the stored block.
+  struct Part {
+    std::int32_t offset;
+    std::int32_t size;
   };
 
-  void drop(std::int32_t row);
+  /// The walk of a row; at its end when that is not in the file.
+  WalkReader storedWalk(std::int32_t row) const;
+  void listBlocksOf(std::int32_t first, std::int32_t count, std::vector<Extent>& blocks) const;
 
   const std::shared_ptr<Source> _source;
   std::shared_ptr<const Structure> _structure;
+  std::int32_t _rows;
   Extent _entry;
-  mutable std::vector<Row> _rows;
+  const std::uint8_t* _stored;
+  /// The bytes at _stored, once this object wrote them.
+  Bytes _ownStored;
+  /// Of the first rows; those behind are not in the file.
+  std::vector<Part> _parts;
+  /// Rows that were asked for.
+  mutable std::map<std::int32_t, std::shared_ptr<Sequence>> _loaded;
   bool _changed = false;
   std::vector<Extent> _dropped;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <utility>
@@ -7,6 +8,7 @@
 
 #include "metakit/Codec.h"
 #include "metakit/Space.h"
+#include "metakit/Structure.h"
 
 namespace Metakit {
 
@@ -38,6 +40,17 @@ class Commit {
   /// Takes the bytes from the end of all blocks up to `position`.
   void fillUpTo(std::int32_t position);
 
+  /// There is something that cannot be written.
+  void fail() { _failed = true; }
+
+  /// To be told of every table: one of that many rows is written.
+  void noteRows(std::int32_t rows) { _mostRows = std::max(_mostRows, rows); }
+  std::int32_t mostRows() const { return _mostRows; }
+
+  /// To be called around the rows of a nested view, which must not nest too deep to be read again.
+  void enter() { _failed = ++_depth > maxNesting || _failed; }
+  void leave() { --_depth; }
+
   /// The block is not used any more when this commit is complete.
   void release(Extent block) { _released.push_back(block); }
   void release(const std::vector<Extent>& blocks);
@@ -54,6 +67,8 @@ class Commit {
  private:
   Space& _space;
   bool _failed = false;
+  std::int32_t _mostRows = 0;
+  int _depth = 0;
   std::vector<Placed> _placed;
   std::vector<Bytes> _copies;
   std::vector<Extent> _taken;

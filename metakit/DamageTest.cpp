@@ -1,11 +1,13 @@
+#include <algorithm>
+#include <cerrno>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "metakit/Codec.h"
+#include "metakit/FormatChecker.h"
 #include "metakit/MemoryDisk.h"
 #include "metakit/mk4.h"
 #include "tests/support/Golden.h"
@@ -15,6 +17,7 @@ namespace {
 
 using Metakit::appendInteger;
 using Metakit::Bytes;
+using Metakit::FormatChecker;
 using Metakit::Mark;
 using Metakit::MemoryDisk;
 
@@ -151,6 +154,7 @@ TEST_F(DamageTest, HoldsTheRootWalkAgainstTheRules) {
       {"as it must be", false, table, {1, 2, 8}},
       {"no row", true, table, {0}},
       {"two rows", true, table, {2, 2, 8}},
+      {"rows past all bounds", true, "T[]", {2147483647, 0}},
       {"an entry missing", true, table, {1}},
       {"position missing", true, table, {1, 2}},
       {"an integer too many", true, table, {1, 2, 8, 0}},
@@ -207,6 +211,48 @@ TEST_F(DamageTest, HoldsColumnsAgainstTheRules) {
     makeTable(one.table, one.blocks);
     EXPECT_EQ(isDamaged(), one.damaged) << one.what;
   }
+}
+
+TEST_F(DamageTest, HoldsRowsThatTakeNoBytesAgainstALimit) {
+  constexpr std::int32_t most = 1 << 20;
+  for (const std::int32_t rows : {most, most + 1, 2147483647}) {
+    makeTable({0, rows, 0, 0, 0});
+    EXPECT_EQ(isDamaged(), rows > most) << rows;
+  }
+  makeTable({0, most, 0, 0, 0});
+  c4_Storage storage(path, 1);
+  c4_View view = storage.GetAs("T[Key:I,Record:B]");
+  view.Add(c4_Row());
+  EXPECT_FALSE(storage.Commit()) << "what could not be read again";
+  EXPECT_EQ(storage.Strategy()._failure, EFBIG);
+  view.RemoveAt(0);
+  EXPECT_TRUE(storage.Commit());
+  EXPECT_FALSE(isDamaged());
+}
+
+TEST_F(DamageTest, AMemoOverridesAnInlineItem) {
+  const c4_IntProp key("Key");
+  const c4_BytesProp record("Record");
+  // Of three inline items of 2 bytes the second has a memo of 5, too.
+  makeTable({0, 3, 0, 6, 26, 1, 32, 3, 22},
+            {0, 0, 0, 0, 0, 0x81, 0x85, 0xA8, 0, 'a', 'a', 'b', 'b', 'c', 'c', 42});
+  c4_Storage storage(path, 1);
+  c4_View view = storage.GetAs("T[Key:I,Record:B]");
+  const auto sizes = [&](const c4_View& of) {
+    std::string text;
+    for (int i = 0; i < of.GetSize(); ++i) {
+      text += std::to_string(c4_Bytes(record(of[i])).Size()) + ' ';
+    }
+    return text;
+  };
+  ASSERT_EQ(sizes(view), "2 5 2 ");
+  c4_Row row;
+  record(row) = c4_Bytes(std::string(200, 'x').data(), 200, true);
+  view.Add(row);
+  ASSERT_TRUE(storage.Commit());
+  EXPECT_EQ(sizes(view), "2 5 2 200 ");
+  EXPECT_EQ(FormatChecker::faultIn(disk[path]), "");
+  EXPECT_EQ(sizes(c4_Storage(path, 0).GetAs("T[Key:I,Record:B]")), "2 5 2 200 ");
 }
 
 TEST_F(DamageTest, HoldsMemosAgainstTheRules) {

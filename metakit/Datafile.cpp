@@ -1,7 +1,7 @@
 #include "metakit/Datafile.h"
 
+#include <algorithm>
 #include <cerrno>
-
 #include <limits>
 #include <string>
 #include <utility>
@@ -145,13 +145,14 @@ bool Datafile::readRoot() {
     return false;
   }
   WalkReader again = walk;
+  const bool isOneRow = WalkReader(walk).count() == 1;
   std::vector<Extent> used = {_rootWalk};
-  if (!EntryReader(*_source, &used).rows(walk, *structure) || !walk.atEnd() ||
+  if (!isOneRow || !EntryReader(*_source, used).rows(walk, *structure) || !walk.atEnd() ||
       !_space.reset(_end, std::move(used))) {
     return false;
   }
   _root = std::make_shared<Sequence>(_source, structure, again);
-  return _root->rows() == 1;
+  return true;
 }
 
 // ---- Views ----
@@ -161,16 +162,20 @@ std::shared_ptr<Sequence> Datafile::view(std::string_view description) {
   if (wanted == nullptr || wanted->fields.size() != 1 || wanted->fields[0].type != 'V') {
     return nullptr;
   }
+  Field& view = wanted->fields[0];
   auto structure = _root->structure().clone();
-  int index = structure->find(wanted->fields[0].name);
+  if (view.isRecursive()) {
+    view.rows = structure.get();
+  }
+  int index = structure->find(view.name);
   if (index < 0) {
     index = static_cast<int>(structure->fields.size());
-    structure->fields.push_back(std::move(wanted->fields[0]));
+    structure->fields.push_back(std::move(view));
     _root->restructure(std::move(structure));
   } else {
     Field& field = structure->fields[static_cast<std::size_t>(index)];
-    if (field.type != 'V' || !field.rows->isSameAs(*wanted->fields[0].rows)) {
-      field = std::move(wanted->fields[0]);
+    if (!field.isSameAs(view)) {
+      field = std::move(view);
       _root->restructure(std::move(structure));
     }
   }
@@ -190,107 +195,147 @@ int Datafile::commit() {
   if (!_root->changed() || _root->structure().fields.empty()) {
     return 0;
   }
-  const std::string description = _root->structure().description();
   Commit commit(_space);
-  Bytes walk;
-  appendInteger(walk, 0);
-  appendInteger(walk, static_cast<std::int32_t>(description.size()));
-  walk.insert(walk.end(), description.begin(), description.end());
-  _root->save(commit, walk);
-  if (walk.size() > static_cast<std::size_t>(maxRootWalkSize)) {
-    return EFBIG;
-  }
-  const Extent rootWalk = commit.place(std::move(walk));
-  commit.release(_rootWalk);
+  const Extent rootWalk = placeAll(commit);
 
   const std::int32_t blocksEnd = _space.end();
-  const bool grows = blocksEnd > _end;
-  const std::int64_t limit = grows ? tailPosition(_source->base(), blocksEnd) : _end - tailSize;
-  if (limit > std::numeric_limits<std::int32_t>::max() - tailSize) {
+  // Files of other makers may have their tail across two sectors: it is not overwritten.
+  const bool grows =
+      blocksEnd > _end || tailPosition(_source->base(), _end - tailSize) != _end - tailSize;
+  const std::int64_t limit =
+      grows ? tailPosition(_source->base(), std::max(blocksEnd, _end + 1)) : _end - tailSize;
+  if (_source->base() + limit > std::numeric_limits<std::int32_t>::max() - tailSize) {
     return EFBIG;
   }
   const std::int32_t end = static_cast<std::int32_t>(limit) + tailSize;
   if (grows) {
     commit.fillUpTo(end);
   }
-  if (commit.failed()) {
+  if (commit.failed() || commit.mostRows() > mostRows(end - tailSize)) {
     return EFBIG;
   }
-  const int error = write(commit, rootWalk, grows, static_cast<std::int32_t>(limit));
+  const int error = write(commit, rootWalk, grows, end - tailSize);
   if (error != 0) {
     return error;
   }
 
-  std::vector<Extent> free = commit.finish();
-  _rootWalk = rootWalk;
-  if (grows) {
-    free.push_back({blocksEnd, end - tailSize - blocksEnd});
-    if (_end > 0) {
-      free.push_back({_end - tailSize, tailSize});
-    }
-  }
-  _end = end;
-  _source->setLimit(end - tailSize);
-  if (_flushes && !grows) {
-    // The new tail may still be on its way to the device; so these wait for the next flush.
-    _cooling.insert(_cooling.end(), free.begin(), free.end());
-    free.clear();
-  }
-  for (const Extent& block : free) {
+  for (const Extent& block : commit.finish()) {
     _space.give(block);
   }
+  if (grows) {
+    _space.give({blocksEnd, end - tailSize - blocksEnd});
+    if (_end > 0) {
+      _space.give({_end - tailSize, tailSize});
+    }
+  }
+  _rootWalk = rootWalk;
+  _end = end;
+  _source->setLimit(end - tailSize);
   return 0;
 }
 
+/// Places all blocks that changed and the root walk, which it gives.
+Extent Datafile::placeAll(Commit& commit) {
+  const std::string description = _root->structure().description();
+  Bytes walk;
+  appendInteger(walk, 0);
+  appendInteger(walk, static_cast<std::int32_t>(description.size()));
+  walk.insert(walk.end(), description.begin(), description.end());
+  _root->save(commit, walk);
+  if (walk.size() > static_cast<std::size_t>(maxRootWalkSize)) {
+    commit.fail();
+  }
+  commit.release(_rootWalk);
+  return commit.place(std::move(walk));
+}
+
 int Datafile::write(const Commit& commit, Extent rootWalk, bool grows, std::int32_t limit) {
-  int error = writeBlocks(commit, grows, limit);
+  int error = settle();
+  if (error != 0) {
+    return error;
+  }
+  _settled = false;
+  if (grows) {
+    error = startGrowing(limit);
+  }
+  if (error == 0) {
+    error = writeBlocks(commit);
+  }
   if (error == 0) {
     error = writeTail(rootWalk, grows, limit);
   }
   if (error != 0) {
-    restore(grows);
+    _torn = true;
+    // If this fails, too, the next commit comes back to it.
+    restore();
   }
   return error;
 }
 
-/// Best effort: the file opens at the last commit without it, too, unless the tail got there in
-/// spite of the error.
-void Datafile::restore(bool grows) {
-  if (grows) {
-    _source->file().truncate(_source->base() + _end);
-  } else {
-    writeMark(_end - markSize, tailOf(_rootWalk));
+/// From here on the last commit is the one that counts, on the device as well, whatever becomes of
+/// bytes that it does not use.
+int Datafile::settle() {
+  int error = _settled ? 0 : flush();
+  const bool isWhole =
+      !_torn && _headerEnd == _end && _source->file().length() == _source->base() + _end;
+  if (error == 0 && _end > 0 && !isWhole) {
+    error = restore();
+    if (error == 0) {
+      error = flush();
+    }
   }
+  _settled = error == 0;
+  return error;
 }
 
-int Datafile::writeBlocks(const Commit& commit, bool grows, std::int32_t limit) {
+/// Takes back what a commit that was not completed left.
+int Datafile::restore() {
   File& file = _source->file();
+  const std::int64_t end = _source->base() + _end;
   int error = 0;
-  if (grows) {
-    if (file.length() > _source->base() + _end) {
-      error = file.truncate(_source->base() + _end);
-    }
-    // Should this commit not be completed, the header may be all that leads to the last one. It is
-    // behind when the commit that made the file longer was cut off before its last write.
-    if (error == 0 && (_end == 0 || _headerEnd != _end)) {
-      error = writeHeader(_end);
-      if (error == 0) {
-        error = flush();
-      }
-    }
-    // Whoever opens the file from now on is led back from its new end to the last commit.
+  if (_torn && _end > 0) {
+    error = writeMark(_end - markSize, tailOf(_rootWalk));
+  }
+  if (error == 0 && file.length() > end) {
+    error = file.truncate(end);
+  }
+  // It is behind when the commit that made the file longer was cut off before its last write.
+  if (error == 0 && _end > 0 && _headerEnd != _end) {
+    error = writeHeader(_end);
+  }
+  _torn = _torn && error != 0;
+  return error;
+}
+
+int Datafile::startGrowing(std::int32_t limit) {
+  int error = 0;
+  if (_end == 0) {
+    error = restore();
     if (error == 0) {
-      error = writeMark(limit, {Mark::Kind::SkipTail, {}, 0, limit - _end});
+      error = writeHeader(0);
     }
   }
+  // Whoever opens the file from now on is led back from its new end to the last commit. Should that
+  // be torn, the header does it.
+  if (error == 0) {
+    error = writeMark(limit, {Mark::Kind::SkipTail, {}, 0, limit - _end});
+  }
+  // Behind other bytes the header is not found.
+  if (error == 0 && _source->base() > 0) {
+    error = flush();
+  }
+  return error;
+}
+
+int Datafile::writeBlocks(const Commit& commit) {
   for (const Commit::Placed& placed : commit.blocks()) {
+    const int error = _source->file().write(_source->base() + placed.block.position, placed.bytes,
+                                            static_cast<std::size_t>(placed.block.size));
     if (error != 0) {
       return error;
     }
-    error = file.write(_source->base() + placed.block.position, placed.bytes,
-                       static_cast<std::size_t>(placed.block.size));
   }
-  return error != 0 ? error : flush();
+  return flush();
 }
 
 int Datafile::writeTail(Extent rootWalk, bool grows, std::int32_t limit) {
@@ -309,6 +354,7 @@ int Datafile::writeTail(Extent rootWalk, bool grows, std::int32_t limit) {
 }
 
 int Datafile::writeHeader(std::int32_t end) {
+  _headerEnd = -1;
   const int error = writeMark(0, {Mark::Kind::Header, _source->order(), 0, end});
   if (error == 0) {
     _headerEnd = end;
@@ -323,13 +369,7 @@ int Datafile::writeMark(std::int32_t position, const Mark& mark) {
 }
 
 int Datafile::flush() {
-  const int error = _flushes ? _source->file().flush() : 0;
-  if (error == 0) {
-    for (const Extent& block : std::exchange(_cooling, {})) {
-      _space.give(block);
-    }
-  }
-  return error;
+  return _flushes ? _source->file().flush() : 0;
 }
 
 }  // namespace Metakit

@@ -53,10 +53,13 @@ class Datafile {
   bool readRoot();
   void startEmpty();
 
+  Extent placeAll(Commit& commit);
   int write(const Commit& commit, Extent rootWalk, bool grows, std::int32_t limit);
-  int writeBlocks(const Commit& commit, bool grows, std::int32_t limit);
+  int settle();
+  int startGrowing(std::int32_t limit);
+  int writeBlocks(const Commit& commit);
   int writeTail(Extent rootWalk, bool grows, std::int32_t limit);
-  void restore(bool grows);
+  int restore();
   int writeHeader(std::int32_t end);
   int writeMark(std::int32_t position, const Mark& mark);
   int flush();
@@ -69,15 +72,17 @@ class Datafile {
 
   /// End of the last commit, its tail included; 0 before the first one.
   std::int32_t _end = 0;
-  /// What the header says of it.
+  /// What the header says of it; -1 while that is not known.
   std::int32_t _headerEnd = 0;
   Extent _rootWalk;
   /// Whether the file held a commit when it was opened. One that this object created itself is
   /// flushed by its user, who can make it again from the start.
   bool _flushes = false;
-  /// Blocks that the last commit made superfluous, while its own tail is not known to be on the
-  /// device: after a power cut the commit before it may be the one that counts.
-  std::vector<Extent> _cooling;
+  /// Whether all that stands in the file is known to be on the device: until then a power cut may
+  /// leave the commit before the last as the one that counts.
+  bool _settled = false;
+  /// Whether a commit that failed may have left something in the file.
+  bool _torn = false;
 };
 
 }  // namespace Metakit

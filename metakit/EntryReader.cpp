@@ -37,14 +37,17 @@ bool EntryReader::bytes(WalkReader& walk, std::int32_t rows, BytesEntry& entry) 
   if (!extent(walk, entry.data)) {
     return false;
   }
-  if (entry.data.size > 0 && (!packed(walk, rows, entry.sizes) || !sizesAddUp(entry, rows))) {
+  if ((entry.data.size > 0 && !packed(walk, rows, entry.sizes)) || !extent(walk, entry.memos)) {
     return false;
   }
   std::vector<Memo> list;
-  return extent(walk, entry.memos) && memos(entry.memos, rows, list);
+  return _used == nullptr || (sizesAddUp(entry, rows) && memos(entry.memos, rows, list));
 }
 
 bool EntryReader::sizesAddUp(const BytesEntry& entry, std::int32_t rows) {
+  if (entry.data.size == 0) {
+    return true;
+  }
   const std::uint8_t* sizes = _source.bytes(entry.sizes.block);
   if (sizes == nullptr || entry.sizes.width == 0) {
     return false;
@@ -84,7 +87,7 @@ bool EntryReader::view(WalkReader& walk, std::int32_t rows, const Structure& str
   if (!extent(walk, entry)) {
     return false;
   }
-  if (entry.size == 0) {
+  if (entry.size == 0 || _used == nullptr) {
     return true;
   }
   const std::uint8_t* bytes = _source.bytes(entry);
@@ -106,8 +109,11 @@ bool EntryReader::sequence(WalkReader& walk, const Structure& structure, int dep
 
 bool EntryReader::rows(WalkReader& walk, const Structure& structure, int depth) {
   const std::int32_t rows = walk.count();
-  if (walk.failed() || rows == 0) {
-    return !walk.failed();
+  if (walk.failed() || rows > mostRows(_source.limit())) {
+    return false;
+  }
+  if (rows == 0) {
+    return true;
   }
   for (const Field& field : structure.fields) {
     bool sound = false;

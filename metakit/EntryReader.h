@@ -32,12 +32,16 @@ struct Memo {
 /// Reads the entries of walks and holds each number against what it stands for: blocks lie within
 /// the file, widths, sums and nesting are possible. Nothing is stored that passes for more than the
 /// file can hold, so neither time nor memory exceed what its length accounts for. Every operation
-/// is false at the first thing that is wrong: then the file is damaged.
+/// is false at the first thing that is wrong: then the file is damaged. Lives on the stack of the
+/// thread that reads; nothing is fatal.
 class EntryReader {
  public:
-  /// Lists every block met in `used`, unless that is null. Both must outlive this object.
-  explicit EntryReader(const Source& source, std::vector<Extent>* used = nullptr)
-      : _source(source), _used(used) {}
+  /// Follows the entries, too: checks what they lead to and lists every block met in `used`. Both
+  /// must outlive this object.
+  EntryReader(const Source& source, std::vector<Extent>& used) : _source(source), _used(&used) {}
+
+  /// Takes apart what was checked before, without following it.
+  explicit EntryReader(const Source& source) : _source(source) {}
 
   /// Columns of `rows` > 0 rows.
   bool packed(WalkReader& walk, std::int32_t rows, PackedEntry& entry);
@@ -60,7 +64,7 @@ class EntryReader {
   bool sizesAddUp(const BytesEntry& entry, std::int32_t rows);
 
   const Source& _source;
-  std::vector<Extent>* const _used;
+  std::vector<Extent>* const _used = nullptr;
   /// Bytes of all blocks met; more than the file has means that blocks overlap.
   std::int64_t _total = 0;
 };

@@ -22,7 +22,7 @@ class File {
   virtual bool writable() const = 0;
 
   /// The bytes from `offset` on; null when they cannot be had. They stay readable as long as this
-  /// object lives, also past close().
+  /// object lives.
   /// REQUIRES: offset + size <= length(), and the bytes are not cut off afterwards.
   virtual const std::uint8_t* bytes(std::int64_t offset, std::size_t size) = 0;
 
@@ -35,7 +35,7 @@ class File {
   /// Blocks until everything written is on the device.
   virtual int flush() = 0;
 
-  /// Lets the file go. Only bytes() given out before may be used afterwards.
+  /// Lets the file go. What it holds can still be had by bytes(), no other operation may follow.
   virtual void close() = 0;
 };
 

@@ -2,11 +2,20 @@
 
 #include <gtest/gtest.h>
 
-#include "metakit/mk4.h"
+#include "metakit/Column.h"
+#include "metakit/Contents.h"
+#include "metakit/Datafile.h"
+#include "metakit/FormatChecker.h"
+#include "metakit/MemoryDisk.h"
+#include "metakit/Sequence.h"
 #include "tests/support/Golden.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
+using Metakit::contentsOf;
+using Metakit::Datafile;
+using Metakit::FormatChecker;
 using TestSupport::caseName;
 using TestSupport::GoldenFile;
 using TestSupport::goldenFiles;
@@ -15,6 +24,32 @@ using TestSupport::readTables;
 
 /// Files that the library itself wrote.
 class GoldenTest : public ::testing::TestWithParam<GoldenFile> {};
+
+TEST_P(GoldenTest, KeepsToTheRules) {
+  const std::string bytes = TestSupport::readFile(GetParam().path);
+  const bool isTorn = GetParam().name.rfind("torn", 0) == 0;
+  EXPECT_EQ(FormatChecker::faultIn(bytes), isTorn ? "the header tells the end" : "");
+}
+
+TEST_P(GoldenTest, KeepsToTheRulesWhenItIsChanged) {
+  Metakit::MemoryDisk disk;
+  disk["file"] = TestSupport::readFile(GetParam().path);
+  std::string contents;
+  {
+    Datafile file("file", true);
+    for (int i = 0; i < 3; ++i) {
+      const auto table = file.view("ZoneHistory[Key:I,Record:B]");
+      table->append();
+      table->assign(table->rows() - 1, *table, 0);
+      static_cast<Metakit::IntColumn&>(table->columnAt(0)).set(0, 1 << (i * 10));
+      static_cast<Metakit::BytesColumn&>(table->columnAt(1)).set(0, "short", 5);
+      ASSERT_EQ(file.commit(), 0);
+      EXPECT_EQ(FormatChecker::faultIn(disk["file"]), "");
+    }
+    contents = contentsOf(*file.root());
+  }
+  EXPECT_TRUE(contentsOf(*Datafile("file", false).root()) == contents);
+}
 
 TEST_P(GoldenTest, IsReadToTheByte) {
   const GoldenFile& file = GetParam();

@@ -1,12 +1,14 @@
 #pragma once
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "metakit/File.h"
@@ -14,7 +16,8 @@
 namespace Metakit {
 
 /// Files in memory for tests, in place of the operating system's while the object lives. It notes
-/// what is done to them, and can refuse or drop it from a chosen operation on.
+/// what is done to them, so that it can be done again in part, and can refuse or drop it from a
+/// chosen operation on.
 class MemoryDisk {
  public:
   struct Operation {
@@ -22,6 +25,19 @@ class MemoryDisk {
     Kind kind;
     std::int64_t offset = 0;
     std::string bytes;
+    /// Whether it took effect.
+    bool done = true;
+
+    /// Does it to a file's bytes.
+    void applyTo(std::string& file) const {
+      const auto at = static_cast<std::size_t>(offset);
+      if (kind == Kind::Truncate) {
+        file.resize(at);
+      } else if (kind == Kind::Write) {
+        file.resize(std::max(file.size(), at + bytes.size()));
+        file.replace(at, bytes.size(), bytes);
+      }
+    }
   };
 
   MemoryDisk() {
@@ -31,14 +47,17 @@ class MemoryDisk {
   MemoryDisk(const MemoryDisk&) = delete;
   MemoryDisk& operator=(const MemoryDisk&) = delete;
 
-  std::string& operator[](const std::string& path) { return content(path)->bytes; }
+  std::string& operator[](const std::string& path) { return *content(path); }
   bool exists(const std::string& path) const { return _files.count(path) > 0; }
 
   /// Everything that was tried since the last time it was cleared, also what did not succeed.
   std::vector<Operation> operations;
-  /// Operations from this one on, and before that one, fail.
+  /// Operations from this one on, and before that one, fail; they count from 0, or from where
+  /// `operations` was cleared.
   std::size_t failFrom = SIZE_MAX;
   std::size_t failTo = SIZE_MAX;
+  /// Whether what fails takes effect all the same.
+  bool failsTooLate = false;
   /// Writes from this one on are taken and not done, as if the power were gone.
   std::size_t dropFrom = SIZE_MAX;
   bool readOnly = false;
@@ -52,62 +71,47 @@ class MemoryDisk {
   }
 
  private:
-  struct Content {
-    // Bytes that were given out must stay where they are.
-    Content() { bytes.reserve(16 * 1024 * 1024); }
-    std::string bytes;
-  };
-
   class MemoryFile : public File {
    public:
-    MemoryFile(MemoryDisk& disk, std::shared_ptr<Content> content, bool writable)
+    MemoryFile(MemoryDisk& disk, std::shared_ptr<std::string> content, bool writable)
         : _disk(disk), _content(std::move(content)), _writable(writable) {}
 
-    std::int64_t length() const override {
-      return static_cast<std::int64_t>(_content->bytes.size());
-    }
+    std::int64_t length() const override { return static_cast<std::int64_t>(_content->size()); }
     bool writable() const override { return _writable; }
 
     const std::uint8_t* bytes(std::int64_t offset, std::size_t size) override {
-      if (offset < 0 || static_cast<std::size_t>(offset) + size > _content->bytes.size()) {
+      if (offset < 0 || static_cast<std::size_t>(offset) + size > _content->size()) {
         std::abort();
       }
-      return reinterpret_cast<const std::uint8_t*>(_content->bytes.data()) + offset;
+      return reinterpret_cast<const std::uint8_t*>(_content->data()) + offset;
     }
 
     int write(std::int64_t offset, const void* bytes, std::size_t size) override {
-      const std::string text(static_cast<const char*>(bytes), size);
-      if (!_disk.begin({Operation::Kind::Write, offset, text})) {
-        return ENOSPC;
-      }
-      if (_disk.operations.size() <= _disk.dropFrom) {
-        std::string& all = _content->bytes;
-        const auto at = static_cast<std::size_t>(offset);
-        if (all.size() < at + size) {
-          all.resize(at + size);
-        }
-        all.replace(at, size, text);
-      }
-      return 0;
+      return perform({Kind::Write, offset, {static_cast<const char*>(bytes), size}}, ENOSPC);
     }
-
     int truncate(std::int64_t length) override {
-      if (!_disk.begin({Operation::Kind::Truncate, length, {}})) {
-        return EIO;
-      }
-      if (_disk.operations.size() <= _disk.dropFrom) {
-        _content->bytes.resize(static_cast<std::size_t>(length));
-      }
-      return 0;
+      return perform({Kind::Truncate, length, {}}, EIO);
     }
-
-    int flush() override { return _disk.begin({Operation::Kind::Flush, 0, {}}) ? 0 : EIO; }
+    int flush() override { return perform({Kind::Flush, 0, {}}, EIO); }
 
     void close() override {}
 
    private:
+    using Kind = Operation::Kind;
+
+    int perform(Operation operation, int error) {
+      const std::size_t number = _disk.operations.size();
+      const bool fails = number >= _disk.failFrom && number < _disk.failTo;
+      operation.done = (!fails || _disk.failsTooLate) && number < _disk.dropFrom;
+      if (operation.done) {
+        operation.applyTo(*_content);
+      }
+      _disk.operations.push_back(std::move(operation));
+      return fails ? error : 0;
+    }
+
     MemoryDisk& _disk;
-    std::shared_ptr<Content> _content;
+    std::shared_ptr<std::string> _content;
     bool _writable;
   };
 
@@ -115,23 +119,21 @@ class MemoryDisk {
     if (!write && !exists(path)) {
       return nullptr;
     }
-    return std::make_unique<MemoryFile>(*this, content(path), write && !readOnly);
+    const auto file = content(path);
+    // Bytes that are given out must stay where they are while the file grows.
+    file->reserve(16 * 1024 * 1024);
+    return std::make_unique<MemoryFile>(*this, file, write && !readOnly);
   }
 
-  std::shared_ptr<Content> content(const std::string& path) {
+  std::shared_ptr<std::string> content(const std::string& path) {
     auto& file = _files[path];
     if (file == nullptr) {
-      file = std::make_shared<Content>();
+      file = std::make_shared<std::string>();
     }
     return file;
   }
 
-  bool begin(Operation operation) {
-    operations.push_back(std::move(operation));
-    return operations.size() <= failFrom || operations.size() > failTo;
-  }
-
-  std::map<std::string, std::shared_ptr<Content>> _files;
+  std::map<std::string, std::shared_ptr<std::string>> _files;
 };
 
 }  // namespace Metakit

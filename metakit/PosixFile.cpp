@@ -119,6 +119,11 @@ int PosixFile::flush() {
 
 void PosixFile::close() {
   if (_descriptor >= 0) {
+    // What was written since the last mapping may be asked for later.
+    const std::int64_t size = length();
+    if (size > 0) {
+      bytes(0, static_cast<std::size_t>(size));
+    }
     ::close(_descriptor);
     _descriptor = -1;
   }

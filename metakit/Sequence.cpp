@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "metakit/EntryReader.h"
+
 namespace Metakit {
 
 Sequence::Sequence() : _structure(std::make_shared<Structure>()), _freeStanding(true) {}
@@ -37,7 +39,7 @@ std::unique_ptr<Column> Sequence::newColumn(const Field& field) const {
       return std::make_unique<IntColumn>(_source, PackedEntry{}, _rows);
     case 'L':
     case 'D':
-      return std::make_unique<WideColumn>(_source, Extent{}, _rows);
+      return std::make_unique<WideColumn>(_source, _rows);
     case 'V':
       return std::make_unique<ViewColumn>(_source, nestedStructure(field), _rows);
     default:
@@ -138,6 +140,36 @@ void Sequence::assign(std::int32_t row, Sequence& from, std::int32_t fromRow) {
   if (&from == this && row == fromRow) {
     return;
   }
+  if (!hasViews()) {
+    copyRow(row, from, fromRow);
+    return;
+  }
+  // One of the rows may stand below the other and change with it.
+  Sequence between;
+  between.append();
+  between.copyRow(0, from, fromRow);
+  copyRow(row, between, 0);
+}
+
+void Sequence::assign(Sequence& from) {
+  if (&from == this) {
+    return;
+  }
+  if (!hasViews()) {
+    copyRows(from);
+    return;
+  }
+  Sequence between;
+  between.copyRows(from);
+  copyRows(between);
+}
+
+bool Sequence::hasViews() const {
+  return std::any_of(_structure->fields.begin(), _structure->fields.end(),
+                     [](const Field& field) { return field.type == 'V'; });
+}
+
+void Sequence::copyRow(std::int32_t row, Sequence& from, std::int32_t fromRow) {
   if (_freeStanding) {
     for (const Field& field : from.structure().fields) {
       columnToSet(internName(field.name), field.type, field.rows);
@@ -154,22 +186,20 @@ void Sequence::assign(std::int32_t row, Sequence& from, std::int32_t fromRow) {
   }
 }
 
-void Sequence::assign(Sequence& from) {
-  if (&from == this) {
-    return;
-  }
+void Sequence::copyRows(Sequence& from) {
   remove(0, _rows);
   for (std::int32_t row = 0; row < from.rows() && append(); ++row) {
-    assign(row, from, row);
+    copyRow(row, from, row);
   }
 }
 
 void Sequence::restructure(std::shared_ptr<const Structure> structure) {
   const bool same = _structure->isSameAs(*structure);
   const std::shared_ptr<const Structure> before = std::exchange(_structure, std::move(structure));
+  const FieldIndex oldIndices(*before);
   std::vector<std::unique_ptr<Column>> columns;
   for (const Field& field : _structure->fields) {
-    const int old = before->find(field.name);
+    const int old = oldIndices.find(field.name);
     if (old < 0 || before->fields[static_cast<std::size_t>(old)].type != field.type) {
       columns.push_back(newColumn(field));
       continue;
@@ -196,6 +226,7 @@ bool Sequence::changed() const {
 
 void Sequence::save(Commit& commit, Bytes& walk) {
   appendInteger(walk, _rows);
+  commit.noteRows(_rows);
   std::vector<Extent> superfluous;
   if (_rows > 0) {
     superfluous = _dropped;

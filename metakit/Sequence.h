@@ -50,6 +50,8 @@ class Sequence {
   void assign(std::int32_t row, Sequence& from, std::int32_t fromRow);
   /// Takes over all the rows of another table.
   void assign(Sequence& from);
+  /// The same. REQUIRES: neither table stands below a row of the other.
+  void copyRows(Sequence& from);
 
   /// Gives the table another structure: columns of the same name and type are kept.
   void restructure(std::shared_ptr<const Structure> structure);
@@ -68,6 +70,8 @@ class Sequence {
 
   std::unique_ptr<Column> newColumn(const Field& field) const;
   std::unique_ptr<Column> storedColumn(const Field& field, WalkReader& walk) const;
+  bool hasViews() const;
+  void copyRow(std::int32_t row, Sequence& from, std::int32_t fromRow);
   void startColumnsAnew();
   std::shared_ptr<const Structure> nestedStructure(const Field& field) const;
 

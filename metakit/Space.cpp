@@ -8,6 +8,7 @@ namespace Metakit {
 
 bool Space::reset(std::int32_t end, std::vector<Extent> used) {
   _gaps.clear();
+  _gapsBySize.clear();
   _end = std::max(end, markSize);
   std::sort(used.begin(), used.end(),
             [](const Extent& a, const Extent& b) { return a.position < b.position; });
@@ -21,30 +22,29 @@ bool Space::reset(std::int32_t end, std::vector<Extent> used) {
       return false;
     }
     if (block.position > free) {
-      _gaps.emplace_hint(_gaps.end(), free, block.position - free);
+      addGap(free, block.position - free);
     }
     free = block.position + block.size;
   }
   if (limit > free) {
-    _gaps.emplace_hint(_gaps.end(), free, limit - free);
+    addGap(free, limit - free);
   }
   return true;
 }
 
 bool Space::take(std::int32_t size, Extent& block) {
-  for (auto gap = _gaps.begin(); gap != _gaps.end(); ++gap) {
-    if (gap->second < size) {
-      continue;
-    }
-    block = {gap->first, size};
-    const std::int32_t left = gap->second - size;
-    const auto next = _gaps.erase(gap);
-    if (left > 0) {
-      _gaps.emplace_hint(next, block.position + size, left);
-    }
-    return true;
+  const auto found = _gapsBySize.lower_bound({size, 0});
+  if (found == _gapsBySize.end()) {
+    return size <= std::numeric_limits<std::int32_t>::max() - _end && extend(_end + size, block);
   }
-  return size <= std::numeric_limits<std::int32_t>::max() - _end && extend(_end + size, block);
+  const auto gap = _gaps.find(found->second);
+  const std::int32_t left = gap->second - size;
+  block = {gap->first, size};
+  removeGap(gap);
+  if (left > 0) {
+    addGap(block.position + size, left);
+  }
+  return true;
 }
 
 bool Space::extend(std::int32_t position, Extent& block) {
@@ -60,23 +60,33 @@ void Space::give(Extent block) {
   if (block.size == 0) {
     return;
   }
-  auto next = _gaps.lower_bound(block.position);
-  if (next != _gaps.end() && block.position + block.size == next->first) {
-    block.size += next->second;
-    next = _gaps.erase(next);
-  }
+  const auto next = _gaps.lower_bound(block.position);
   if (next != _gaps.begin()) {
     const auto previous = std::prev(next);
     if (previous->first + previous->second == block.position) {
       block = {previous->first, previous->second + block.size};
-      _gaps.erase(previous);
+      removeGap(previous);
     }
+  }
+  if (next != _gaps.end() && block.position + block.size == next->first) {
+    block.size += next->second;
+    removeGap(next);
   }
   if (block.position + block.size == _end) {
     _end = block.position;
     return;
   }
-  _gaps.emplace(block.position, block.size);
+  addGap(block.position, block.size);
+}
+
+void Space::addGap(std::int32_t position, std::int32_t size) {
+  _gaps.emplace(position, size);
+  _gapsBySize.emplace(size, position);
+}
+
+void Space::removeGap(std::map<std::int32_t, std::int32_t>::iterator gap) {
+  _gapsBySize.erase({gap->second, gap->first});
+  _gaps.erase(gap);
 }
 
 }  // namespace Metakit

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
+#include <utility>
 #include <vector>
 
 #include "metakit/Codec.h"
@@ -20,8 +22,8 @@ class Space {
   /// Past the last byte that a block or tail takes.
   std::int32_t end() const { return _end; }
 
-  /// Takes `size` > 0 bytes, from the first gap they fit into or past the end. False when the file
-  /// would get longer than 2 GiB.
+  /// Takes `size` > 0 bytes, from the smallest gap they fit into or past the end. False when the
+  /// file would get longer than 2 GiB.
   bool take(std::int32_t size, Extent& block);
 
   /// Takes what lies between the end and `position`, which becomes the end. False past 2 GiB.
@@ -31,10 +33,13 @@ class Space {
   void give(Extent block);
 
  private:
-  using Gaps = std::map<std::int32_t, std::int32_t>;
+  void addGap(std::int32_t position, std::int32_t size);
+  void removeGap(std::map<std::int32_t, std::int32_t>::iterator gap);
 
   /// Size by position; no two gaps touch, and none touches the end.
-  Gaps _gaps;
+  std::map<std::int32_t, std::int32_t> _gaps;
+  /// The same as pairs of size and position.
+  std::set<std::pair<std::int32_t, std::int32_t>> _gapsBySize;
   std::int32_t _end = 0;
 };
 

@@ -30,10 +30,10 @@ TEST_F(SpaceTest, AFreshFileIsFreeBehindItsHeader) {
   EXPECT_EQ(space.end(), 23);
 }
 
-TEST_F(SpaceTest, FillsTheFirstGapThatIsLargeEnough) {
+TEST_F(SpaceTest, FillsTheSmallestGapThatIsLargeEnough) {
   ASSERT_TRUE(space.reset(100, {{20, 10}, {10, 5}, {40, 20}}));
   EXPECT_EQ(take(5), 15) << "a gap of just that size";
-  EXPECT_EQ(take(3), 30);
+  EXPECT_EQ(take(3), 30) << "not the large one at 60";
   EXPECT_EQ(take(2), 8);
   EXPECT_EQ(take(8), 60) << "what is left of the gap at 30 is too small";
   EXPECT_EQ(take(17), 100) << "the tail, 84 to 99, is in use";

@@ -8,7 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include "metakit/FormatChecker.h"
 #include "metakit/MemoryDisk.h"
+#include "metakit/Structure.h"
 #include "metakit/mk4.h"
 #include "tests/support/HexDump.h"
 #include "tests/support/TemporaryFolder.h"
@@ -245,6 +247,96 @@ TEST_F(StorageTest, ReadsRecursiveViews) {
   const c4_View deeper = nodes(below[0]);
   EXPECT_EQ(static_cast<t4_i32>(key(deeper[0])), 3);
   EXPECT_EQ(static_cast<c4_View>(nodes(deeper[0])).GetSize(), 0);
+}
+
+TEST_F(StorageTest, AViewMayHaveTheStructureOfTheFile) {
+  const c4_ViewProp self("self");
+  const c4_ViewProp table("T");
+  {
+    c4_Storage storage(path, 1);
+    storage.GetAs(tableDescription);
+    c4_View view = storage.GetAs("self[^]");
+    view.Add(c4_Row());
+    c4_View nested = table(view[0]);
+    nested.Add(rowOf(7, ""));
+    storage.GetAs("U[Key:I]");
+    ASSERT_TRUE(storage.Commit());
+  }
+  c4_Storage storage(path, 0);
+  EXPECT_STREQ(storage.Description(), "T[Key:I,Record:B],self[^],U[Key:I]");
+  const c4_View view = storage.GetAs("self[^]");
+  EXPECT_STREQ(view.Description(), storage.Description());
+  EXPECT_EQ(rowsOf(table(view[0])), (Rows{{7, ""}}));
+}
+
+TEST_F(StorageTest, RowsThatNestTooDeepAreNotWritten) {
+  const c4_ViewProp nodes("nodes");
+  c4_Storage storage(path, 1);
+  c4_View tree = storage.GetAs("tree[nodes[^]]");
+  const auto grow = [&nodes, &tree](int levels) {
+    c4_View level = tree;
+    for (int i = 0; i < levels; ++i) {
+      level.RemoveAt(0, level.GetSize());
+      level.Add(c4_Row());
+      level = nodes(level[0]);
+    }
+  };
+  grow(Metakit::maxNesting);
+  EXPECT_FALSE(storage.Commit()) << "what could not be read again";
+  grow(Metakit::maxNesting - 1);
+  EXPECT_TRUE(storage.Commit());
+  EXPECT_TRUE(c4_Storage(path, 0).Strategy().IsValid());
+}
+
+TEST_F(StorageTest, RowsMayBeReplacedByThoseBelowThem) {
+  const c4_ViewProp nodes("nodes");
+  c4_Storage storage(path, 1);
+  c4_View tree = storage.GetAs("tree[nodes[^],Key:I]");
+  c4_View level = tree;
+  for (const int value : {1, 2, 3}) {
+    level.Add(rowOf(value, ""));
+    level = nodes(level[0]);
+  }
+  const auto keys = [&nodes](c4_View at) {
+    std::string text;
+    for (; at.GetSize() > 0; at = nodes(at[0])) {
+      text += std::to_string(key(at[0])) + ' ';
+    }
+    return text;
+  };
+  const c4_View below = nodes(tree[0]);
+  tree.SetAt(0, below[0]);
+  EXPECT_EQ(keys(tree), "2 3 ");
+  const c4_View before = tree;
+  nodes(tree[0]) = before;
+  EXPECT_EQ(keys(tree), "2 2 3 ") << "a copy of the table as it was";
+}
+
+TEST_F(StorageTest, ColumnsThatAreAddedAreWrittenInFull) {
+  c4_Storage storage(path, 1);
+  c4_View view = storage.GetAs("T[Key:I]");
+  view.Add(rowOf(5, ""));
+  ASSERT_TRUE(storage.Commit());
+  storage.GetAs("T[Key:I,serial:L,offset:D,gain:F,name:S,rooms[Key:I]]");
+  ASSERT_TRUE(storage.Commit());
+  EXPECT_EQ(Metakit::FormatChecker::faultIn(disk[path]), "");
+}
+
+TEST_F(StorageTest, BytesOutliveACommit) {
+  c4_Storage storage(path, 1);
+  c4_View view = storage.GetAs(tableDescription);
+  view.Add(rowOf(1, "one"));
+  const c4_Bytes fresh = record(view[0]);
+  ASSERT_TRUE(storage.Commit());
+  view.Add(rowOf(2, "two"));
+  const c4_Bytes stored = record(view[0]);
+  c4_View other = storage.GetAs("U[Key:I,Record:B]");
+  for (int i = 0; i < 5; ++i) {
+    ASSERT_TRUE(storage.Commit());
+    other.Add(rowOf(i, std::string(3, 'x')));
+  }
+  EXPECT_EQ(textOf(fresh), "one");
+  EXPECT_EQ(textOf(stored), "one");
 }
 
 TEST_F(StorageTest, AddsMissingViewsBehindTheOthers) {
@@ -484,6 +576,21 @@ TEST_F(PosixStorageTest, BytesStayWhereTheyAreWhileTheFileGrows) {
     ASSERT_EQ(textOf(record(view[i])), std::string(5000, 'y'));
   }
   EXPECT_EQ(textOf(first), std::string(1000, 'x'));
+}
+
+TEST_F(PosixStorageTest, AViewOutlivesItsStorage) {
+  c4_View view;
+  {
+    c4_Storage storage(path.c_str(), 1);
+    view = storage.GetAs(tableDescription);
+    for (int i = 0; i < 3; ++i) {
+      view.Add(rowOf(i, std::string(200000, static_cast<char>('a' + i))));
+      ASSERT_TRUE(storage.Commit());
+    }
+  }
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(textOf(record(view[i])), std::string(200000, static_cast<char>('a' + i)));
+  }
 }
 
 TEST_F(PosixStorageTest, RefusesWhatIsNoRegularFile) {

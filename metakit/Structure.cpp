@@ -1,8 +1,8 @@
 #include "metakit/Structure.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <mutex>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -149,14 +149,17 @@ bool Structure::isSameAs(const Structure& other) const {
     return false;
   }
   for (std::size_t i = 0; i < fields.size(); ++i) {
-    const Field& a = fields[i];
-    const Field& b = other.fields[i];
-    if (a.type != b.type || !isSameName(a.name, b.name) || a.isRecursive() != b.isRecursive() ||
-        (a.ownRows != nullptr && !a.rows->isSameAs(*b.rows))) {
+    if (!fields[i].isSameAs(other.fields[i])) {
       return false;
     }
   }
   return true;
+}
+
+bool Field::isSameAs(const Field& other) const {
+  return type == other.type && isSameName(name, other.name) &&
+         isRecursive() == other.isRecursive() &&
+         (ownRows == nullptr || ownRows->isSameAs(*other.ownRows));
 }
 
 std::unique_ptr<Structure> parseStructure(std::string_view description) {
@@ -177,6 +180,17 @@ bool isSameName(std::string_view a, std::string_view b) {
     }
   }
   return true;
+}
+
+FieldIndex::FieldIndex(const Structure& structure) {
+  for (std::size_t i = 0; i < structure.fields.size(); ++i) {
+    _indices.try_emplace(lower(structure.fields[i].name), static_cast<int>(i));
+  }
+}
+
+int FieldIndex::find(std::string_view name) const {
+  const auto found = _indices.find(lower(name));
+  return found != _indices.end() ? found->second : -1;
 }
 
 const std::string* internName(std::string_view name) {

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace Metakit {
@@ -41,6 +42,7 @@ struct Field {
 
   bool isRecursive() const { return rows != nullptr && ownRows == nullptr; }
   std::string description() const;
+  bool isSameAs(const Field& other) const;
 };
 
 /// Reads a description; null when it is malformed or nests too deep. Of two fields with one name in
@@ -49,6 +51,18 @@ std::unique_ptr<Structure> parseStructure(std::string_view description);
 
 /// Whether two names are one, letter case aside.
 bool isSameName(std::string_view a, std::string_view b);
+
+/// The indices of a structure's fields by name, letter case aside. The structure must outlive it.
+class FieldIndex {
+ public:
+  explicit FieldIndex(const Structure& structure);
+
+  /// The field of that name; -1 when there is none.
+  int find(std::string_view name) const;
+
+ private:
+  std::unordered_map<std::string, int> _indices;
+};
 
 /// The one string that stands for `name` in this process, whatever the case of its letters: equal
 /// names give equal pointers. It lives until the process ends. Any thread.

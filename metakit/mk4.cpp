@@ -111,13 +111,14 @@ t4_i64 c4_Ref<type>::readWide() const {
 }
 
 template <char type>
-c4_Bytes c4_Ref<type>::readBytes() const {
+c4_Bytes c4_Ref<type>::readBytes(bool lastsBeyondCommit) const {
   const auto* column = static_cast<BytesColumn*>(_row._table->column(_name, type));
   if (column == nullptr) {
     return {};
   }
   const BytesColumn::Item item = column->at(_row._row);
-  return {item.bytes, item.size};
+  // A commit, which is no change, moves what was changed before it.
+  return {item.bytes, item.size, lastsBeyondCommit && column->changed()};
 }
 
 template <char type>
@@ -208,7 +209,7 @@ c4_BytesRef& c4_BytesRef::operator=(const c4_Bytes& value) {
 }
 
 c4_StringRef::operator const char*() const {
-  const c4_Bytes bytes = readBytes();
+  const c4_Bytes bytes = readBytes(false);
   if (bytes.Size() == 0 || bytes.Contents()[bytes.Size() - 1] != 0) {
     return "";
   }

@@ -126,7 +126,7 @@ class c4_Ref {
  protected:
   t4_i32 readInt() const;
   t4_i64 readWide() const;
-  c4_Bytes readBytes() const;
+  c4_Bytes readBytes(bool lastsBeyondCommit) const;
   c4_View readView() const;
   void writeInt(t4_i32 value);
   void writeWide(t4_i64 value);
@@ -177,8 +177,8 @@ class c4_DoubleRef : public c4_Ref<'D'> {
 class c4_BytesRef : public c4_Ref<'B'> {
  public:
   using c4_Ref::c4_Ref;
-  /// The bytes of the cell itself, valid until the row or the view is changed.
-  operator c4_Bytes() const { return readBytes(); }
+  /// The bytes of the cell, valid until the row or the view is changed.
+  operator c4_Bytes() const { return readBytes(true); }
   /// Keeps a copy of the bytes.
   c4_BytesRef& operator=(const c4_Bytes& value);
 };
@@ -186,8 +186,8 @@ class c4_BytesRef : public c4_Ref<'B'> {
 class c4_StringRef : public c4_Ref<'S'> {
  public:
   using c4_Ref::c4_Ref;
-  /// The string in the cell itself, valid until the row or the view is changed; empty when a file
-  /// has one without an end.
+  /// The string in the cell itself, valid until the row or the view is changed or committed; empty
+  /// when a file has one without an end.
   operator const char*() const;
   /// Keeps a copy of the string.
   c4_StringRef& operator=(const char* value);
@@ -196,7 +196,8 @@ class c4_StringRef : public c4_Ref<'S'> {
 class c4_ViewRef : public c4_Ref<'V'> {
  public:
   using c4_Ref::c4_Ref;
-  /// The nested table itself: what is changed in it is changed in the row.
+  /// The nested table itself: what is changed in it is changed in the row. Not to be used any more
+  /// once the row was removed and that committed.
   operator c4_View() const { return readView(); }
   /// Takes over a copy of the rows.
   c4_ViewRef& operator=(const c4_View& value);

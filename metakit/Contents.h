@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "metakit/Column.h"
+#include "metakit/Sequence.h"
+#include "metakit/Structure.h"
+
+namespace Metakit {
+
+/// All rows of a table, nested ones too, as a text by which tests compare tables.
+inline std::string contentsOf(const Sequence& table) {
+  std::string text = "{";
+  for (std::int32_t row = 0; row < table.rows(); ++row) {
+    for (std::size_t i = 0; i < table.structure().fields.size(); ++i) {
+      const Field& field = table.structure().fields[i];
+      const Column& column = table.columnAt(static_cast<int>(i));
+      text += field.name + '=';
+      switch (field.type) {
+        case 'I':
+        case 'F':
+          text += std::to_string(static_cast<const IntColumn&>(column).at(row));
+          break;
+        case 'L':
+        case 'D':
+          text += std::to_string(static_cast<const WideColumn&>(column).at(row));
+          break;
+        case 'V':
+          text += contentsOf(*static_cast<const ViewColumn&>(column).at(row));
+          break;
+        default: {
+          const BytesColumn::Item item = static_cast<const BytesColumn&>(column).at(row);
+          text += std::to_string(item.size) + ':';
+          text.append(reinterpret_cast<const char*>(item.bytes),
+                      static_cast<std::size_t>(item.size));
+        }
+      }
+      text += ' ';
+    }
+    text += '\n';
+  }
+  return text + '}';
+}
+
+}  // namespace Metakit

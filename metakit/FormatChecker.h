@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Metakit {
+
+/// Holds the bytes of a whole file against docs/datafile.md for tests: every mark, walk and column,
+/// and that no two blocks overlap. Shares no code with what it checks.
+class FormatChecker {
+ public:
+  /// What breaks the rules first; empty when nothing does.
+  static std::string faultIn(const std::string& file);
+
+ private:
+  struct Property {
+    char type = 'S';
+    bool isRecursive = false;
+    std::vector<Property> rows;
+  };
+  using Properties = std::vector<Property>;
+  struct Block {
+    std::size_t position = 0;
+    std::size_t size = 0;
+    std::size_t end() const { return position + size; }
+  };
+
+  explicit FormatChecker(const std::string& file) : _file(file) {}
+
+  void file();
+  void overlaps();
+  Properties properties(const std::string& description, std::size_t& at);
+  void sequence(Block& walk, const Properties& properties);
+  void columns(Block& walk, const Properties& properties, std::size_t rows);
+  std::vector<std::int64_t> packed(Block& walk, std::size_t rows);
+  void items(Block& walk, bool areStrings, std::size_t rows);
+  void item(const char* what, Block bytes, bool isString);
+
+  /// The block of the entry that comes next in the walk.
+  Block entry(Block& walk);
+  std::int64_t integer(Block& walk);
+  std::uint64_t number(std::size_t at, std::size_t bytes, bool isBig) const;
+  /// Notes a fault unless `holds`; the first one counts.
+  bool require(bool holds, const std::string& rule);
+
+  const std::string& _file;
+  bool _isBig = false;
+  std::vector<Block> _blocks;
+  std::string _fault;
+};
+
+}  // namespace Metakit
