@@ -1,5 +1,4 @@
-#include <cstdint>
-#include <cstring>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <type_traits>
@@ -8,12 +7,20 @@
 #include <gtest/gtest.h>
 
 #include "database/CommitReq.h"
+#include "database/CommitSync.h"
 #include "database/DbReq.h"
+#include "database/DbSync.h"
 #include "database/RecordReq.h"
+#include "database/RecordSync.h"
 #include "database/Store.h"
 #include "database/StoreReq.h"
+#include "database/StoreSync.h"
 #include "database/TableAtomicReq.h"
+#include "database/TableAtomicSync.h"
+#include "database/TableComposer.h"
 #include "database/TableReq.h"
+#include "database/TableSync.h"
+#include "tests/support/SlotOrder.h"
 
 // The operations of an interface are reached by their place in its table of virtual functions, and
 // the fields of a payload by their place in memory: both orders are part of the interface.
@@ -23,25 +30,23 @@ namespace {
 namespace Database = Pvn::Database;
 namespace Persist = Pvn::Database::Persist;
 
-/// The place of a virtual operation, counted from the destructor's two entries. (In the ABI of both
-/// targets a pointer to a virtual member begins with its offset in the table; on x86, plus one.)
-template <class Operation>
-std::uintptr_t slot(Operation operation) {
-  std::uintptr_t offset = 0;
-  std::memcpy(&offset, &operation, sizeof offset);
-  return offset / sizeof(void*) - 2;
-}
+using TestSupport::slotAfterDestructor;
+using TestSupport::slotOf;
+using TestSupport::slotsFrom;
 
 template <class Api, class Payload>
-std::uintptr_t requestSlot() {
+std::size_t requestSlot() {
   using Operation = void (Api::*)(Rtk::ServerRequest<Api, Payload>&);
-  return slot(static_cast<Operation>(&Api::request));
+  return slotOf(static_cast<Operation>(&Api::request));
 }
 
 struct Interface {
   const char* name;
-  std::vector<std::uintptr_t> slots;
+  std::vector<std::size_t> slots;
 };
+
+/// What a composer may be bound to.
+class Reader {};
 
 TEST(InterfaceOrderTest, OperationsFollowTheDestructorInOrder) {
   using DbReq = Persist::Db::Req::Api;
@@ -51,62 +56,79 @@ TEST(InterfaceOrderTest, OperationsFollowTheDestructorInOrder) {
   using RecordReq = Persist::Record::Req::Api;
   using AtomicReq = Database::Table::Atomic::Req::Api;
   const std::vector<Interface> interfaces = {
-      {"Store::Api", {slot(&Database::Store::Api::create)}},
-      {"Db::Api", {slot(&Database::Db::Api::destroy), slot(&Database::Db::Api::createTable)}},
+      {"Store::Api", {slotOf(&Database::Store::Api::create)}},
+      {"Db::Api", {slotOf(&Database::Db::Api::destroy), slotOf(&Database::Db::Api::createTable)}},
       {"Table::Api",
-       {slot(&Database::Table::Api::destroy), slot(&Database::Table::Api::createRecordWithKey),
-        slot(&Database::Table::Api::createRecord), slot(&Database::Table::Api::iterate),
-        slot(&Database::Table::Api::openFirstRecord)}},
-      {"Table::Atomic::Api", {slot(&Database::Table::Atomic::Api::iterate)}},
-      {"Table::IteratorApi", {slot(&Database::Table::IteratorApi::nextRecord)}},
+       {slotOf(&Database::Table::Api::destroy), slotOf(&Database::Table::Api::createRecordWithKey),
+        slotOf(&Database::Table::Api::createRecord), slotOf(&Database::Table::Api::iterate),
+        slotOf(&Database::Table::Api::openFirstRecord)}},
+      {"Table::Atomic::Api", {slotOf(&Database::Table::Atomic::Api::iterate)}},
+      {"Table::IteratorApi", {slotOf(&Database::Table::IteratorApi::nextRecord)}},
       {"Table::RecordApi",
-       {slot(&Database::Table::RecordApi::openRecord), slot(&Database::Table::RecordApi::read),
-        slot(&Database::Table::RecordApi::write)}},
+       {slotOf(&Database::Table::RecordApi::openRecord), slotOf(&Database::Table::RecordApi::read),
+        slotOf(&Database::Table::RecordApi::write)}},
       {"Property::Access::Api",
-       {slot(&Database::Property::Access::Api::getReadApi),
-        slot(&Database::Property::Access::Api::getWriteApi)}},
-      {"Property::Read::Api", {slot(&Database::Property::Read::Api::read)}},
-      {"Property::Write::Api", {slot(&Database::Property::Write::Api::write)}},
+       {slotOf(&Database::Property::Access::Api::getReadApi),
+        slotOf(&Database::Property::Access::Api::getWriteApi)}},
+      {"Property::Read::Api", {slotOf(&Database::Property::Read::Api::read)}},
+      {"Property::Write::Api", {slotOf(&Database::Property::Write::Api::write)}},
       {"Record::Api",
-       {slot(&Database::Record::Api::getReadApi), slot(&Database::Record::Api::getWriteApi),
-        slot(&Database::Record::Api::getKey), slot(&Database::Record::Api::destroy),
-        slot(&Database::Record::Api::read), slot(&Database::Record::Api::write)}},
-      {"Persist::Store::Api", {slot(&Persist::Store::Api::create)}},
+       {slotOf(&Database::Record::Api::getReadApi), slotOf(&Database::Record::Api::getWriteApi),
+        slotOf(&Database::Record::Api::getKey), slotOf(&Database::Record::Api::destroy),
+        slotOf(&Database::Record::Api::read), slotOf(&Database::Record::Api::write)}},
+      {"Persist::Store::Api", {slotOf(&Persist::Store::Api::create)}},
       {"Persist::Store::Req::Api", {requestSlot<StoreReq, StoreReq::CreatePayload>()}},
       {"Persist::Commit::Api",
-       {slot(&Persist::Commit::Api::decrementInhibit),
-        slot(&Persist::Commit::Api::incrementInhibit)}},
+       {slotOf(&Persist::Commit::Api::decrementInhibit),
+        slotOf(&Persist::Commit::Api::incrementInhibit)}},
       {"Persist::Commit::Req::Api",
        {requestSlot<CommitReq, CommitReq::DecrInhibitPayload>(),
         requestSlot<CommitReq, CommitReq::IncrInhibitPayload>()}},
       {"Persist::Db::Api",
-       {slot(&Persist::Db::Api::createTable), slot(&Persist::Db::Api::destroy)}},
+       {slotOf(&Persist::Db::Api::createTable), slotOf(&Persist::Db::Api::destroy)}},
       {"Persist::Db::Req::Api",
        {requestSlot<DbReq, DbReq::CreateTablePayload>(),
         requestSlot<DbReq, DbReq::DestroyPayload>()}},
       {"Persist::Table::Api",
-       {slot(&Persist::Table::Api::openFirstRecord),
-        slot(&Persist::Table::Api::createRecordWithKey), slot(&Persist::Table::Api::createRecord),
-        slot(&Persist::Table::Api::destroy)}},
+       {slotOf(&Persist::Table::Api::openFirstRecord),
+        slotOf(&Persist::Table::Api::createRecordWithKey),
+        slotOf(&Persist::Table::Api::createRecord), slotOf(&Persist::Table::Api::destroy)}},
       {"Persist::Table::Req::Api",
        {requestSlot<TableReq, TableReq::OpenFirstRecordPayload>(),
         requestSlot<TableReq, TableReq::CreateRecordWithKeyPayload>(),
         requestSlot<TableReq, TableReq::CreateRecordPayload>(),
         requestSlot<TableReq, TableReq::DestroyPayload>()}},
       {"Persist::Record::Api",
-       {slot(&Persist::Record::Api::write), slot(&Persist::Record::Api::read),
-        slot(&Persist::Record::Api::destroy)}},
+       {slotOf(&Persist::Record::Api::write), slotOf(&Persist::Record::Api::read),
+        slotOf(&Persist::Record::Api::destroy)}},
       {"Persist::Record::Req::Api",
        {requestSlot<RecordReq, RecordReq::WritePayload>(),
         requestSlot<RecordReq, RecordReq::ReadPayload>(),
         requestSlot<RecordReq, RecordReq::DestroyPayload>()}},
       {"Table::Atomic::Req::Api", {requestSlot<AtomicReq, AtomicReq::IteratePayload>()}},
+      {"Table::Composer", {slotOf(&Database::Table::Composer<Reader>::nextRecord)}},
   };
   for (const Interface& interface : interfaces) {
-    for (std::uintptr_t i = 0; i < interface.slots.size(); ++i) {
-      EXPECT_EQ(interface.slots[i], i) << interface.name;
-    }
+    EXPECT_EQ(interface.slots, slotsFrom(slotAfterDestructor, interface.slots.size()))
+        << interface.name;
   }
+}
+
+template <class Proxy, class Api, class ReqApi>
+void expectOnlyAnAccessPoint() {
+  EXPECT_TRUE((std::is_base_of_v<Api, Proxy>));
+  EXPECT_EQ(sizeof(Proxy), sizeof(Api) + sizeof(Rtk::SAP<ReqApi>));
+  EXPECT_EQ(slotOf(&Proxy::getSAP), TestSupport::noSlot);
+}
+
+TEST(InterfaceOrderTest, ProxiesAddAnAccessPointToTheirInterfaces) {
+  namespace Atomic = Database::Table::Atomic;
+  expectOnlyAnAccessPoint<Persist::Store::Sync, Persist::Store::Api, Persist::Store::Req::Api>();
+  expectOnlyAnAccessPoint<Persist::Commit::Sync, Persist::Commit::Api, Persist::Commit::Req::Api>();
+  expectOnlyAnAccessPoint<Persist::Db::Sync, Persist::Db::Api, Persist::Db::Req::Api>();
+  expectOnlyAnAccessPoint<Persist::Table::Sync, Persist::Table::Api, Persist::Table::Req::Api>();
+  expectOnlyAnAccessPoint<Persist::Record::Sync, Persist::Record::Api, Persist::Record::Req::Api>();
+  expectOnlyAnAccessPoint<Atomic::Sync, Atomic::Api, Atomic::Req::Api>();
 }
 
 /// Whether the fields lie one behind the other, the first at the beginning of the payload.
@@ -140,6 +162,7 @@ TEST(InterfaceOrderTest, PayloadFieldsFollowTheArgumentsInOrder) {
   EXPECT_TRUE(inOrder(read, read._buffer, read._size, read._offset, read._result));
   const Persist::Record::Req::Api::WritePayload write(&mem, 1, 2);
   EXPECT_TRUE(inOrder(write, write._data, write._size, write._offset, write._result));
+  EXPECT_EQ(sizeof(Database::Table::Atomic::Req::Api::IteratePayload), sizeof(void*));
 }
 
 TEST(InterfaceOrderTest, PayloadsWithoutArgumentsAreEmpty) {

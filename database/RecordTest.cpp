@@ -37,12 +37,15 @@ TEST(RecordTest, BothFacesLeadToTheOperationsOfTheRecord) {
   EXPECT_EQ(record.calls, "read write read write ");
 }
 
-TEST(RecordTest, PrimaryFaceIsTheHandleItself) {
+TEST(RecordTest, PrimaryFaceIsTheHandleItselfThenComeReadingAndWriting) {
   FakeRecord record;
   const void* const handle = static_cast<Pvn::Database::Record::Api*>(&record);
-  EXPECT_EQ(static_cast<Property::Access::Api*>(&record), handle);
-  EXPECT_NE(static_cast<Property::Read::Api*>(&record), handle);
-  EXPECT_NE(static_cast<Property::Write::Api*>(&record), handle);
+  const void* const access = static_cast<Property::Access::Api*>(&record);
+  const void* const reading = static_cast<Property::Read::Api*>(&record);
+  const void* const writing = static_cast<Property::Write::Api*>(&record);
+  EXPECT_EQ(access, handle);
+  EXPECT_LT(access, reading);
+  EXPECT_LT(reading, writing);
 }
 
 }  // namespace

@@ -90,6 +90,15 @@ TEST(RandomTest, TakesAShortReadAsItIs) {
   EXPECT_EQ(outcome, (Outcome{0, "1 0", ""}));
 }
 
+TEST(RandomTest, TellsWhyADeviceThatIsOpenCannotBeRead) {
+  const Outcome outcome = inChild([] {
+    Pvn::Random::Posix::fd = ::open("/", O_RDONLY);
+    std::printf("%d", Pvn::Random::Signed::get());
+  });
+  EXPECT_EQ(outcome,
+            (Outcome{0, "0", "Pvn::Random::Signed::get(): read() failed: Is a directory\n"}));
+}
+
 TEST(RandomTest, TellsOnceWhenTheDeviceCannotBeOpenedAndAtEachRead) {
   const Outcome outcome = inChild([] {
     initializeWithoutFreeDescriptors();

@@ -318,6 +318,11 @@ TEST_F(ServiceTest, ReturnsEachRequestOnce) {
   EXPECT_EQ(serve<CommitReq::Api>(service, decrement,
                                   [this] { EXPECT_EQ(rowsAtSyncs.size(), 1U) << "too soon"; }),
             1);
+  EXPECT_EQ(serve<CommitReq::Api>(service, decrement), 1);
+  service.commit();
+  EXPECT_EQ(serve<CommitReq::Api>(service, increment,
+                                  [this] { EXPECT_EQ(rowsAtSyncs.size(), 2U) << "too soon"; }),
+            1);
   Rtk::CloseReqApi::ClosePayload closing;
   EXPECT_EQ(serve<Rtk::CloseReqApi>(service, closing), 1);
   EXPECT_EQ(serve<Rtk::CloseReqApi>(service, closing), 1);

@@ -201,6 +201,50 @@ class TableRandomKeyTest : public TableTest {
   const int _descriptor;
 };
 
+/// Takes the descriptor of the random source away, and standard error to itself, until it is
+/// mended.
+class FailingSource {
+ public:
+  explicit FailingSource(int descriptor)
+      : _descriptor(descriptor), _source(::dup(descriptor)), _error(::dup(STDERR_FILENO)) {
+    EXPECT_EQ(::pipe(_ends), 0);
+    ::dup2(_ends[1], STDERR_FILENO);
+    ::close(_ends[1]);
+    ::close(descriptor);
+  }
+  ~FailingSource() {
+    for (const int end : {_source, _error, _ends[0]}) {
+      ::close(end);
+    }
+  }
+  FailingSource(const FailingSource&) = delete;
+  FailingSource& operator=(const FailingSource&) = delete;
+
+  /// The next line on standard error. Blocks until it is there; empty when no more can come.
+  std::string line() {
+    std::string text;
+    for (char c = 0; c != '\n' && ::read(_ends[0], &c, 1) == 1;) {
+      text += c;
+    }
+    return text;
+  }
+
+  /// Lets the source give numbers again, and takes what it says until its user is done.
+  void mend() {
+    ::dup2(_source, _descriptor);
+    while (!line().empty()) {
+    }
+  }
+
+  void done() { ::dup2(_error, STDERR_FILENO); }
+
+ private:
+  const int _descriptor;
+  const int _source;
+  const int _error;
+  int _ends[2];
+};
+
 TEST_F(TableRandomKeyTest, RecordIsAppendedUnderARandomKey) {
   drawFrom({-3, 11});
   RecordHandle* record = createWithRandomKey("01234567");
@@ -231,6 +275,41 @@ TEST_F(TableRandomKeyTest, FailingSourceGivesTheKeyZero) {
             }),
             "Pvn::Random::Signed::get(): read() failed: Bad file descriptor\n");
   EXPECT_EQ(rows(), withRow(0));
+}
+
+TEST_F(TableRandomKeyTest, TakenKeysAreDrawnAgainWithoutALimit) {
+  std::vector<int> numbers(100000, 7);
+  numbers.push_back(4);
+  drawFrom(numbers);
+  EXPECT_EQ(createWithRandomKey("01234567")->getKey(), 4);
+  EXPECT_EQ(drawn(), numbers.size());
+}
+
+TEST_F(TableRandomKeyTest, FailingSourceIsAskedAgainWhenTheKeyZeroIsTaken) {
+  create(0, bodyOf('c'), memory);
+  drawFrom({4});
+  FailingSource source(Pvn::Random::Posix::fd);
+  int failures = 0;
+  {
+    const TestSupport::RtkThread user([&] {
+      table->createRecord("01234567", memory.get(), recordObjectSize);
+      source.done();
+    });
+    while (failures < 2000 &&
+           source.line() == "Pvn::Random::Signed::get(): read() failed: Bad file descriptor\n") {
+      ++failures;
+    }
+    source.mend();
+  }
+  EXPECT_EQ(failures, 2000);
+  EXPECT_EQ(rows().back(), (Row{4, "01234567"}));
+}
+
+TEST_F(TableRandomKeyTest, NullMemoryOfNoSizeIsWarnedAbout) {
+  drawFrom({4});
+  EXPECT_EQ(output([&] { EXPECT_EQ(table->createRecord("01234567", nullptr, 0), nullptr); }),
+            line + "request(CreateRecordReq): memSize < sizeof(Record)\n");
+  EXPECT_EQ(rowsInFile(), withRow(4));
 }
 
 TEST_F(TableRandomKeyTest, NullMemoryGivesNullYetTheRowIsThere) {
@@ -269,6 +348,14 @@ TEST_F(TableTest, NullMemoryGivesNullYetTheRowIsThere) {
                         nullptr);
             }),
             "");
+  EXPECT_EQ(rowsInFile(), (Rows{{7, "01234567"}}));
+}
+
+TEST_F(TableTest, NullMemoryOfNoSizeIsWarnedAbout) {
+  openTable();
+  EXPECT_EQ(
+      output([&] { EXPECT_EQ(table->createRecordWithKey("01234567", nullptr, 0, 7), nullptr); }),
+      line + "request(CreateRecordWithKeyReq): memSize < sizeof(Record)\n");
   EXPECT_EQ(rowsInFile(), (Rows{{7, "01234567"}}));
 }
 
@@ -495,6 +582,8 @@ INSTANTIATE_TEST_SUITE_P(
         RangeCase{"OneByteAtTheEnd", whole, 1, 8, 0, readEndLine, ".........."},
         RangeCase{"SumThatWrapsAround", whole, 0xFFFFFFFC, 4, 0xFFFFFFFC, "", "4567......"},
         RangeCase{"SumJustBelowWrappingAround", whole, 0xFFFFFFFB, 4, 0, readEndLine, ".........."},
+        RangeCase{"SumThatWrapsAroundToTheEnd", whole, 0xFFFFFFFF, 8, 0xFFFFFFFF, "", ".........."},
+        RangeCase{"AllThatTheSumCanBe", whole, 0xFFFFFFFF, 0, 0, readEndLine, ".........."},
         RangeCase{"ShortBody", "abc", 5, 1, 5, "", std::string("bc\0\0\0.....", 10)},
         RangeCase{"EmptyBody", "", 3, 0, 3, "", std::string("\0\0\0.......", 10)},
         RangeCase{"LongBody", "0123456789abc", 8, 0, 8, "", "01234567.."},
@@ -523,26 +612,32 @@ const std::string partialLine = line + "write(): this didn't work like I had hop
 
 INSTANTIATE_TEST_SUITE_P(
     All, TableWriteTest,
-    ::testing::Values(RangeCase{"Whole", whole, 8, 0, 8, "", "ABCDEFGH"},
-                      RangeCase{"WholeOverAShortBody", "ab", 8, 0, 8, "", "ABCDEFGH"},
-                      RangeCase{"WholeOverALongBody", "0123456789abc", 8, 0, 8, "", "ABCDEFGH"},
-                      RangeCase{"FirstPart", whole, 4, 0, 0, partialLine, whole},
-                      RangeCase{"LastPart", whole, 4, 4, 0, partialLine, whole},
-                      RangeCase{"AllButTheLastByte", whole, 7, 0, 0, partialLine, whole},
-                      RangeCase{"NothingAtTheEnd", whole, 0, 8, 0, partialLine, whole},
-                      RangeCase{"OffsetBeyondTheEnd", whole, 0, 9, 0, writeOffsetLine, whole},
-                      RangeCase{"OneByteTooMany", whole, 9, 0, 0, writeEndLine, whole},
-                      RangeCase{"OneByteAtTheEnd", whole, 1, 8, 0, writeEndLine, whole},
-                      RangeCase{"AllOfAShortBody", "ab", 2, 0, 2, "", "AB"},
-                      RangeCase{"LessThanAShortBody", "ab", 1, 0, 0, partialLine, "ab"},
-                      RangeCase{"AsFarBehindAShortBodyAsItTakes", "ab", 3, 1, 3, "", "aABC"},
-                      RangeCase{"OneByteLessThanThat", "ab", 2, 1, 0, partialLine, "ab"},
-                      RangeCase{"FromTheEndOfAShortBodyOn", "abc", 6, 3, 0, writeEndLine, "abc"},
-                      RangeCase{"AfterAGap", "", 4, 4, 4, "", std::string("\0\0\0\0ABCD", 8)},
-                      RangeCase{"SumThatWrapsAround", whole, 0xFFFFFFFC, 4, 0xFFFFFFFC, "",
-                                "0123ABCD"},
-                      RangeCase{"SumThatWrapsAroundInALongBody", "0123456789abc", 0xFFFFFFFC, 4,
-                                0xFFFFFFFC, "", "0123ABCD89abc"}),
+    ::testing::Values(
+        RangeCase{"Whole", whole, 8, 0, 8, "", "ABCDEFGH"},
+        RangeCase{"WholeOverAShortBody", "ab", 8, 0, 8, "", "ABCDEFGH"},
+        RangeCase{"WholeOverALongBody", "0123456789abc", 8, 0, 8, "", "ABCDEFGH"},
+        RangeCase{"FirstPart", whole, 4, 0, 0, partialLine, whole},
+        RangeCase{"LastPart", whole, 4, 4, 0, partialLine, whole},
+        RangeCase{"AllButTheLastByte", whole, 7, 0, 0, partialLine, whole},
+        RangeCase{"NothingAtTheStart", whole, 0, 0, 0, partialLine, whole},
+        RangeCase{"NothingAtTheEnd", whole, 0, 8, 0, partialLine, whole},
+        RangeCase{"NothingIntoNoBody", "", 0, 0, 0, "", ""},
+        RangeCase{"NothingAtTheEndOfNoBody", "", 0, 8, 0, partialLine, ""},
+        RangeCase{"NothingBeyondTheEnd", whole, 0, 9, 0, writeOffsetLine, whole},
+        RangeCase{"OffsetBeyondTheEnd", whole, 1, 9, 0, writeOffsetLine, whole},
+        RangeCase{"OneByteTooMany", whole, 9, 0, 0, writeEndLine, whole},
+        RangeCase{"OneByteAtTheEnd", whole, 1, 8, 0, writeEndLine, whole},
+        RangeCase{"AllOfAShortBody", "ab", 2, 0, 2, "", "AB"},
+        RangeCase{"LessThanAShortBody", "ab", 1, 0, 0, partialLine, "ab"},
+        RangeCase{"AsFarBehindAShortBodyAsItTakes", "ab", 3, 1, 3, "", "aABC"},
+        RangeCase{"OneByteLessThanThat", "ab", 2, 1, 0, partialLine, "ab"},
+        RangeCase{"FromTheEndOfAShortBodyOn", "abc", 6, 3, 0, writeEndLine, "abc"},
+        RangeCase{"AfterAGap", "", 4, 4, 4, "", std::string("\0\0\0\0ABCD", 8)},
+        RangeCase{"SumThatWrapsAround", whole, 0xFFFFFFFC, 4, 0xFFFFFFFC, "", "0123ABCD"},
+        RangeCase{"SumJustBelowWrappingAround", whole, 0xFFFFFFFB, 4, 0, writeEndLine, whole},
+        RangeCase{"SumThatWrapsAroundToTheEnd", whole, 0xFFFFFFFF, 8, 0xFFFFFFFF, "", whole},
+        RangeCase{"SumThatWrapsAroundInALongBody", "0123456789abc", 0xFFFFFFFC, 4, 0xFFFFFFFC, "",
+                  "0123ABCD89abc"}),
     rangeName);
 
 TEST_F(TableTest, PartialWriteOfALongerRecordIsRefused) {

@@ -1,0 +1,178 @@
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <type_traits>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "database/metakit/DatabaseTesting.h"
+#include "database/metakit/Db.h"
+#include "database/metakit/Record.h"
+#include "database/metakit/Service.h"
+#include "database/metakit/Table.h"
+#include "rtk/string/FString.h"
+#include "tests/support/SlotOrder.h"
+
+// Clients give memory for these objects by their size and reach their operations by place, so that
+// the order of bases, operations and members is part of them. This file alone is compiled without
+// access control, to see the members.
+
+namespace {
+
+using namespace DatabaseTesting;
+using Pvn::Database::Metakit::Persist::Db;
+using Pvn::Database::Metakit::Persist::Record;
+using Pvn::Database::Metakit::Persist::Service;
+using Pvn::Database::Metakit::Persist::Table;
+using TestSupport::slotAfterDestructor;
+using TestSupport::slotOf;
+using TestSupport::slotsFrom;
+
+namespace Handle = Pvn::Database;
+using StoreReq = Pvn::Database::Persist::Store::Req::Api;
+using CommitReq = Pvn::Database::Persist::Commit::Req::Api;
+using DbReq = Pvn::Database::Persist::Db::Req::Api;
+using TableReq = Pvn::Database::Persist::Table::Req::Api;
+using AtomicReq = Pvn::Database::Table::Atomic::Req::Api;
+using RecordReq = Pvn::Database::Persist::Record::Req::Api;
+
+/// The place that a request has among the operations of the object that serves it.
+template <class Object, class Api, class Payload>
+std::size_t requestSlot() {
+  using Operation = void (Object::*)(Rtk::ServerRequest<Api, Payload>&);
+  return slotOf(static_cast<Operation>(&Object::request));
+}
+
+/// Where a base begins in an object.
+template <class Base, class Object>
+std::size_t offsetOfBase(const Object& object) {
+  const auto* base = static_cast<const Base*>(&object);
+  return static_cast<std::size_t>(reinterpret_cast<const char*>(base) -
+                                  reinterpret_cast<const char*>(&object));
+}
+
+/// Whether parts of an object follow one another, the first at its beginning.
+bool inOrder(const std::vector<std::size_t>& offsets) {
+  return offsets.front() == 0 && std::adjacent_find(offsets.begin(), offsets.end(),
+                                                    std::greater_equal<>()) == offsets.end();
+}
+
+void expectInOrder(const std::vector<std::size_t>& slots) {
+  EXPECT_EQ(slots, slotsFrom(slotAfterDestructor, slots.size()));
+}
+
+/// A store with a table and a record.
+class ObjectOrderTest : public DatabaseTest {
+ protected:
+  ObjectOrderTest() {
+    openTable();
+    record = static_cast<Record*>(create(7, bodyOf('a'), _memory));
+  }
+
+  Record* record;
+
+ private:
+  RecordMemory _memory;
+};
+
+// ---- Service ----
+
+TEST_F(ObjectOrderTest, ServiceOperations) {
+  expectInOrder({slotOf(&Service::create),
+                 requestSlot<Service, Rtk::OpenReqApi, Rtk::OpenReqApi::OpenPayload>(),
+                 requestSlot<Service, Rtk::CloseReqApi, Rtk::CloseReqApi::ClosePayload>(),
+                 requestSlot<Service, StoreReq, StoreReq::CreatePayload>(),
+                 requestSlot<Service, CommitReq, CommitReq::DecrInhibitPayload>(),
+                 requestSlot<Service, CommitReq, CommitReq::IncrInhibitPayload>()});
+}
+
+TEST_F(ObjectOrderTest, ServiceAccessorsAreNotVirtual) {
+  const std::vector<std::size_t> slots = {
+      slotOf(&Service::getOpenSyncApi), slotOf(&Service::getCloseSyncApi),
+      slotOf(&Service::getSyncApi),     slotOf(&Service::getCommitSyncApi),
+      slotOf(&Service::getSAP),         slotOf(&Service::getCommitSAP),
+      slotOf(&Service::getOpenSAP),     slotOf(&Service::getCloseSAP)};
+  EXPECT_EQ(slots, std::vector<std::size_t>(slots.size(), TestSupport::noSlot));
+}
+
+TEST_F(ObjectOrderTest, ServiceParts) {
+  EXPECT_TRUE(inOrder({offsetOfBase<Handle::Store::Api>(service), offsetOfBase<StoreReq>(service),
+                       offsetOfBase<CommitReq>(service), offsetOfBase<Rtk::Close>(service),
+                       offsetof(Service, _sync), offsetof(Service, _commitSync),
+                       offsetof(Service, _fileName), offsetof(Service, _storage),
+                       offsetof(Service, _storageSpace), offsetof(Service, _commitInhibit),
+                       offsetof(Service, _commitPending)}));
+}
+
+TEST_F(ObjectOrderTest, ServiceHasRoomForItsNameAndItsStorage) {
+  EXPECT_TRUE((std::is_same_v<decltype(Service::_fileName), Rtk::FString<1024>>));
+  EXPECT_EQ(sizeof Service::_storageSpace, sizeof(c4_Storage));
+  EXPECT_EQ(static_cast<void*>(service._storage), service._storageSpace);
+}
+
+// ---- Db ----
+
+TEST_F(ObjectOrderTest, DbOperations) {
+  expectInOrder({slotOf(&Db::destroy), slotOf(&Db::createTable),
+                 requestSlot<Db, DbReq, DbReq::CreateTablePayload>(),
+                 requestSlot<Db, DbReq, DbReq::DestroyPayload>()});
+}
+
+TEST_F(ObjectOrderTest, DbParts) {
+  const auto& object = *static_cast<Db*>(db);
+  EXPECT_TRUE(inOrder({offsetOfBase<Handle::Db::Api>(object), offsetOfBase<DbReq>(object),
+                       offsetof(Db, _service), offsetof(Db, _sync)}));
+}
+
+// ---- Table ----
+
+TEST_F(ObjectOrderTest, TableOperations) {
+  expectInOrder({slotOf(&Table::destroy), slotOf(&Table::createRecordWithKey),
+                 slotOf(&Table::createRecord), slotOf(&Table::iterate),
+                 slotOf(&Table::openFirstRecord), slotOf(&Table::openRecord), slotOf(&Table::read),
+                 slotOf(&Table::write),
+                 requestSlot<Table, TableReq, TableReq::OpenFirstRecordPayload>(),
+                 requestSlot<Table, TableReq, TableReq::CreateRecordWithKeyPayload>(),
+                 requestSlot<Table, TableReq, TableReq::CreateRecordPayload>(),
+                 requestSlot<Table, TableReq, TableReq::DestroyPayload>(),
+                 requestSlot<Table, AtomicReq, AtomicReq::IteratePayload>()});
+}
+
+TEST_F(ObjectOrderTest, TableParts) {
+  EXPECT_TRUE(
+      inOrder({offsetOfBase<Handle::Table::Api>(*table), offsetOfBase<TableReq>(*table),
+               offsetOfBase<AtomicReq>(*table), offsetOfBase<Handle::Table::RecordApi>(*table),
+               offsetof(Table, _service), offsetof(Table, _sync), offsetof(Table, _atomicSync),
+               offsetof(Table, _name), offsetof(Table, _view), offsetof(Table, _viewSpace),
+               offsetof(Table, _cursor), offsetof(Table, _recordSize)}));
+}
+
+TEST_F(ObjectOrderTest, TableHasRoomForItsNameAndItsView) {
+  EXPECT_TRUE((std::is_same_v<decltype(Table::_name), Rtk::FString<1024>>));
+  EXPECT_STREQ(table->_name.getString(), "Table[Key:I,Record:B]");
+  EXPECT_EQ(sizeof Table::_viewSpace, sizeof(c4_View));
+  EXPECT_EQ(static_cast<void*>(table->_view), table->_viewSpace);
+}
+
+TEST_F(ObjectOrderTest, TableNamesItsColumnsByTheConstants) {
+  EXPECT_EQ(Table::_keyColumnName, Pvn::Database::Metakit::Persist::keyColumnName);
+  EXPECT_EQ(Table::_recordColumnName, Pvn::Database::Metakit::Persist::recordColumnName);
+}
+
+// ---- Record ----
+
+TEST_F(ObjectOrderTest, RecordOperations) {
+  expectInOrder({slotOf(&Record::getReadApi), slotOf(&Record::getWriteApi), slotOf(&Record::getKey),
+                 slotOf(&Record::destroy), slotOf(&Record::read), slotOf(&Record::write),
+                 requestSlot<Record, RecordReq, RecordReq::WritePayload>(),
+                 requestSlot<Record, RecordReq, RecordReq::ReadPayload>(),
+                 requestSlot<Record, RecordReq, RecordReq::DestroyPayload>()});
+}
+
+TEST_F(ObjectOrderTest, RecordParts) {
+  EXPECT_TRUE(inOrder({offsetOfBase<Handle::Record::Api>(*record), offsetOfBase<RecordReq>(*record),
+                       offsetof(Record, _table), offsetof(Record, _sync), offsetof(Record, _key)}));
+}
+
+}  // namespace
