@@ -1,10 +1,11 @@
 # How the project's libraries, programs and tests are built.
 #
-#   core_library(NAME SOURCES ... HEADERS ... DEPENDS ...)
+#   core_library(NAME [SOURCES ...] HEADERS ... [DEPENDS ...])
 #     A static library of the device software: no exceptions, no RTTI. Every
 #     header is compiled alone once, so that each one includes what it needs.
 #   core_test(NAME SOURCES ... DEPENDS ...)
 #     A GoogleTest program; each of its cases becomes a test with a time limit.
+#     Nothing when tests are not built.
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -17,7 +18,6 @@ set(TEST_TIME_LIMIT 120)
 find_package(Threads REQUIRED)
 
 add_library(build_options INTERFACE)
-target_compile_features(build_options INTERFACE cxx_std_17)
 target_compile_options(build_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wsign-conversion -Wextra-semi
   $<$<BOOL:${HISTORY_CONVERT_WERROR}>:-Werror>)
@@ -26,17 +26,18 @@ target_compile_definitions(build_options INTERFACE _FILE_OFFSET_BITS=64)
 target_include_directories(build_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_link_libraries(build_options INTERFACE Threads::Threads)
 
-# Classes derived from those of a core library have to do without RTTI, too.
 add_library(core_options INTERFACE)
 target_link_libraries(core_options INTERFACE build_options)
 target_compile_options(core_options INTERFACE -fno-exceptions -fno-rtti)
 
+# Classes derived from those of a core library have to do without RTTI, too.
 add_library(test_options INTERFACE)
 target_link_libraries(test_options INTERFACE build_options)
 target_compile_options(test_options INTERFACE -fno-rtti)
 
 function(core_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;HEADERS;DEPENDS")
+
   if(arg_SOURCES)
     add_library(${name} STATIC ${arg_SOURCES})
     set(scope PUBLIC)
@@ -48,11 +49,11 @@ function(core_library name)
   target_sources(${name} ${scope} FILE_SET HEADERS
     BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${arg_HEADERS})
   target_link_libraries(${name} ${scope} ${arg_DEPENDS})
+
+  set(units)
   foreach(header ${arg_HEADERS})
-    string(MAKE_C_IDENTIFIER ${header} unit)
-    set(unit ${CMAKE_CURRENT_BINARY_DIR}/alone/${unit}.cpp)
-    file(RELATIVE_PATH path ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/${header})
-    file(CONFIGURE OUTPUT ${unit} CONTENT "#include \"${path}\"\n")
+    set(unit ${CMAKE_CURRENT_BINARY_DIR}/alone/${header}.cpp)
+    file(CONFIGURE OUTPUT ${unit} CONTENT "#include \"${CMAKE_CURRENT_SOURCE_DIR}/${header}\"\n")
     list(APPEND units ${unit})
   endforeach()
   add_library(${name}_headers OBJECT ${units})
@@ -64,6 +65,7 @@ function(core_test name)
     return()
   endif()
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;DEPENDS")
+
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE test_options ${arg_DEPENDS} GTest::gtest_main)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${TEST_TIME_LIMIT})

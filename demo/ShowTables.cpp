@@ -53,7 +53,7 @@ int main(int argc, char* argv[]) {
   }
   c4_Storage storage(argv[1], 0);
   if (!storage.Strategy().IsValid()) {
-    std::fprintf(stderr, "%s: %s is no sound datafile\n", argv[0], argv[1]);
+    std::fprintf(stderr, "%s: %s cannot be read as a database\n", argv[0], argv[1]);
     return 1;
   }
   std::printf("%s\n", argv[1]);

@@ -1,5 +1,10 @@
-#include <sys/stat.h>
+#include "tool/CommandLine.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -9,9 +14,11 @@
 
 #include "tests/support/Child.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tool/Settings.h"
 
 namespace {
 
+using TestSupport::inChild;
 using TestSupport::Outcome;
 using TestSupport::readFile;
 using TestSupport::run;
@@ -19,8 +26,8 @@ using TestSupport::TemporaryFolder;
 
 constexpr char program[] = HISTORY_CONVERT;
 
-std::string usage() {
-  return std::string("Usage: ") + program +
+std::string usage(const std::string& name = program) {
+  return "Usage: " + name +
          " [OPTIONS] INFILE OLDVERS OUTFILE NEWVERS\n"
          "Convert the INFILE database of the version specified\n"
          "by the OLDVERS identifier to the version specified\n"
@@ -64,9 +71,10 @@ class CommandLineTest : public ::testing::Test {
     return run(arguments);
   }
 
+  /// Whether there is an entry of that name, be it a link that leads nowhere.
   bool exists(const std::string& path) {
     struct stat status = {};
-    return ::stat(path.c_str(), &status) == 0;
+    return ::lstat(path.c_str(), &status) == 0;
   }
 
   TemporaryFolder folder;
@@ -75,10 +83,30 @@ class CommandLineTest : public ::testing::Test {
   const std::string missing = folder.path("missing.mk");
 };
 
+TEST_F(CommandLineTest, PointsTheSettingsAtItsArguments) {
+  std::vector<std::string> texts = {"tool", "-q", infile, "0", outfile, "1", "fifth"};
+  std::vector<char*> arguments;
+  arguments.reserve(texts.size() + 1);
+  for (std::string& text : texts) {
+    arguments.push_back(text.data());
+  }
+  arguments.push_back(nullptr);
+  EXPECT_EQ(inChild([&arguments] {
+              readCommandLine(static_cast<int>(arguments.size()) - 1, arguments.data());
+              std::printf("%d %d %d %d %d %d", programName == arguments[0], quiet,
+                          originalDatabaseFileName == arguments[2],
+                          originalDatabaseVersionName == arguments[3],
+                          convertedDatabaseFileName == arguments[4],
+                          convertedDatabaseVersionName == arguments[5]);
+            }),
+            (Outcome{0, "1 1 1 1 1 1", ""}));
+}
+
 TEST_F(CommandLineTest, PrintsTheUsageAtTheMomentTheOptionIsMet) {
   EXPECT_EQ(runWith({"-h"}), help);
   EXPECT_EQ(runWith({"-q", "-h"}), help);
   EXPECT_EQ(runWith({"-qh"}), help);
+  EXPECT_EQ(runWith({"-hz"}), help);
   EXPECT_EQ(runWith({"-h", "-x"}), help);
   EXPECT_EQ(runWith({"-h", infile, "0", outfile, "1"}), help);
   EXPECT_EQ(runWith({infile, "0", outfile, "1", "-h"}), help);
@@ -91,6 +119,9 @@ TEST_F(CommandLineTest, TellsAnUnknownOptionEvenWhenQuiet) {
   EXPECT_EQ(runWith({"-qz"}), unknownOption('z'));
   EXPECT_EQ(runWith({"-z", "-q"}), unknownOption('z'));
   EXPECT_EQ(runWith({"-x", "-h"}), unknownOption('x'));
+  EXPECT_EQ(runWith({"-zh"}), unknownOption('z'));
+  EXPECT_EQ(runWith({"-:"}), unknownOption(':'));
+  EXPECT_EQ(runWith({"-?"}), unknownOption('?'));
   EXPECT_EQ(runWith({"--help"}), unknownOption('-'));
   EXPECT_EQ(runWith({infile, "0", outfile, "1", "-v"}), unknownOption('v'));
 }
@@ -100,7 +131,32 @@ TEST_F(CommandLineTest, CountsMissingArguments) {
   EXPECT_EQ(runWith({infile}), missingArgument(1));
   EXPECT_EQ(runWith({infile, "0"}), missingArgument(2));
   EXPECT_EQ(runWith({infile, "0", outfile}), missingArgument(3));
+  EXPECT_EQ(runWith({"-"}), missingArgument(1));
   EXPECT_EQ(runWith({"--", "-h"}), missingArgument(1));
+  EXPECT_EQ(runWith({"--", "-q", "-z", "-h"}), missingArgument(3));
+}
+
+TEST_F(CommandLineTest, TakesOptionsBehindArgumentsUnlessTheEnvironmentForbidsIt) {
+  const std::vector<std::string> arguments = {program, infile, "0", outfile, "-q"};
+  EXPECT_EQ(run(arguments), silentFailure);
+  std::vector<std::string> forbidding = {"/usr/bin/env", "POSIXLY_CORRECT=1"};
+  forbidding.insert(forbidding.end(), arguments.begin(), arguments.end());
+  EXPECT_EQ(run(forbidding), noConversion("0", "-q"));
+}
+
+TEST_F(CommandLineTest, BeginsItsMessagesWithTheNameItWasCalledBy) {
+  const std::string name = folder.path("renamed");
+  ASSERT_EQ(::symlink(program, name.c_str()), 0);
+  EXPECT_EQ(run({name, "-h"}), (Outcome{0, "", usage(name)}));
+  EXPECT_EQ(run({name, "-z"}), (Outcome{1, "", name + ": unknown option: z\n"}));
+}
+
+TEST_F(CommandLineTest, TouchesNoFileBeforeTheWholeCommandLineIsRead) {
+  TestSupport::writeFile(outfile, "kept");
+  runWith({infile, "0", outfile});
+  runWith({infile, "0", outfile, "1", "-z"});
+  runWith({infile, "0", outfile, "1", "-h"});
+  EXPECT_EQ(readFile(outfile), "kept");
 }
 
 TEST_F(CommandLineTest, FailsSilentlyForMissingArgumentsWhenQuiet) {
@@ -124,10 +180,15 @@ TEST_F(CommandLineTest, TellsWhyInfileCannotBeAccessed) {
   EXPECT_EQ(runWith({infile + "/x", "0", outfile, "1"}), message(infile + "/x", ENOTDIR));
   const std::string tooLong(5000, 'x');
   EXPECT_EQ(runWith({tooLong, "0", outfile, "1"}), message(tooLong, ENAMETOOLONG));
+  EXPECT_EQ(runWith({"--", "-z", "0", outfile, "1"}), message("-z", ENOENT));
+  const std::string link = folder.path("link");
+  ASSERT_EQ(::symlink("nowhere", link.c_str()), 0);
+  EXPECT_EQ(runWith({link, "0", outfile, "1"}), message(link, ENOENT));
 }
 
 TEST_F(CommandLineTest, FailsSilentlyForInfileWhenQuiet) {
   EXPECT_EQ(runWith({"-q", missing, "0", outfile, "1"}), silentFailure);
+  EXPECT_EQ(runWith({missing, "0", outfile, "1", "-q"}), silentFailure);
 }
 
 TEST_F(CommandLineTest, LeavesOutfileAloneWhenInfileIsMissing) {
@@ -145,8 +206,12 @@ TEST_F(CommandLineTest, TellsWhyOutfileCannotBeRemoved) {
   };
   EXPECT_EQ(runWith({infile, "0", directory, "1"}), message(directory, EISDIR));
   EXPECT_EQ(runWith({infile, "0", infile + "/x", "1"}), message(infile + "/x", ENOTDIR));
-  EXPECT_EQ(runWith({"-q", infile, "0", directory, "1"}), silentFailure);
   EXPECT_TRUE(exists(directory));
+}
+
+TEST_F(CommandLineTest, FailsSilentlyForOutfileWhenQuiet) {
+  EXPECT_EQ(runWith({"-q", infile, "0", folder.path("."), "1"}), silentFailure);
+  EXPECT_EQ(runWith({infile, "0", infile + "/x", "1", "-q"}), silentFailure);
 }
 
 TEST_F(CommandLineTest, ConvertsBetweenTheVersionsItKnows) {
