@@ -127,14 +127,14 @@ std::int32_t WalkReader::count() {
   return value;
 }
 
-const std::uint8_t* WalkReader::bytes(std::int32_t size) {
+std::string_view WalkReader::text(std::int32_t size) {
   if (_failed || size > std::distance(_at, _end)) {
     _failed = true;
-    return nullptr;
+    return {};
   }
-  const std::uint8_t* start = _at;
+  const auto* start = reinterpret_cast<const char*>(_at);
   _at += size;
-  return start;
+  return {start, static_cast<std::size_t>(size)};
 }
 
 void appendInteger(Bytes& walk, std::int32_t value) {

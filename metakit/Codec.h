@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 // The bytes of a datafile: marks, the integers of walks and packed columns, as docs/datafile.md
@@ -66,8 +67,8 @@ class WalkReader {
   /// The next integer, which must not be negative; 0 on failure.
   std::int32_t count();
 
-  /// The next `size` bytes; null on failure.
-  const std::uint8_t* bytes(std::int32_t size);
+  /// The next `size` bytes; none on failure.
+  std::string_view text(std::int32_t size);
 
  private:
   const std::uint8_t* _at;

@@ -82,16 +82,18 @@ TEST_F(WalkTest, FailsForGoodOnceAStepFailed) {
   EXPECT_EQ(walk.count(), 0) << "a count is not negative";
   EXPECT_TRUE(walk.failed());
   EXPECT_EQ(walk.integer(), 0);
-  EXPECT_EQ(walk.bytes(1), nullptr);
+  EXPECT_EQ(walk.text(1), "");
 }
 
-TEST_F(WalkTest, BoundsBytesByWhatIsLeft) {
+TEST_F(WalkTest, BoundsTextByWhatIsLeft) {
   const Bytes bytes = {0x85, 'a', 'b'};
   WalkReader walk(bytes.data(), 3);
   EXPECT_EQ(walk.count(), 5);
-  EXPECT_EQ(*walk.bytes(2), 'a');
+  EXPECT_EQ(walk.text(2), "ab");
   EXPECT_TRUE(walk.atEnd());
-  EXPECT_EQ(walk.bytes(1), nullptr);
+  EXPECT_FALSE(walk.failed());
+  EXPECT_EQ(walk.text(1), "");
+  EXPECT_TRUE(walk.failed());
 }
 
 TEST(MarkTest, AreEightBytesWithBigEndianNumbers) {

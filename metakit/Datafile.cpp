@@ -133,21 +133,18 @@ bool Datafile::readRoot() {
     return false;
   }
   WalkReader walk(bytes, _rootWalk.size);
-  walk.integer();
-  const std::int32_t size = walk.count();
-  const auto* text = reinterpret_cast<const char*>(walk.bytes(size));
-  if (bytes[0] != 0x80 || text == nullptr) {
+  const bool beginsWell = walk.integer() == 0;
+  const std::string_view description = walk.text(walk.count());
+  if (!beginsWell || walk.failed()) {
     return false;
   }
-  const std::shared_ptr<const Structure> structure =
-      parseStructure({text, static_cast<std::size_t>(size)});
-  if (structure == nullptr) {
+  const std::shared_ptr<const Structure> structure = parseStructure(description);
+  if (structure == nullptr || WalkReader(walk).count() != 1) {
     return false;
   }
   WalkReader again = walk;
-  const bool isOneRow = WalkReader(walk).count() == 1;
   std::vector<Extent> used = {_rootWalk};
-  if (!isOneRow || !EntryReader(*_source, used).rows(walk, *structure) || !walk.atEnd() ||
+  if (!EntryReader(*_source, used).rows(walk, *structure) || !walk.atEnd() ||
       !_space.reset(_end, std::move(used))) {
     return false;
   }

@@ -585,8 +585,8 @@ TEST_F(PosixStorageTest, AViewOutlivesItsStorage) {
     view = storage.GetAs(tableDescription);
     for (int i = 0; i < 3; ++i) {
       view.Add(rowOf(i, std::string(200000, static_cast<char>('a' + i))));
-      ASSERT_TRUE(storage.Commit());
     }
+    ASSERT_TRUE(storage.Commit());
   }
   for (int i = 0; i < 3; ++i) {
     EXPECT_EQ(textOf(record(view[i])), std::string(200000, static_cast<char>('a' + i)));

@@ -71,6 +71,15 @@ TEST(RandomTest, OpensTheDeviceForReadingOnly) {
   EXPECT_EQ(outcome, (Outcome{0, "/dev/urandom 1", ""}));
 }
 
+TEST(RandomTest, TakesTheDescriptorZeroForAGoodOne) {
+  const Outcome outcome = inChild([] {
+    ::close(STDIN_FILENO);
+    Pvn::Random::initialize();
+    std::printf("%d", Pvn::Random::Posix::fd);
+  });
+  EXPECT_EQ(outcome, (Outcome{0, "0", ""}));
+}
+
 TEST(RandomTest, ReadsStandardInputBeforeItIsInitialised) {
   const Outcome outcome = inChild([] {
     feedStandardInput("abcd\xff\xff\xff\xff");
