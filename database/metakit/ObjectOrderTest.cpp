@@ -155,6 +155,11 @@ TEST_F(ObjectOrderTest, TableHasRoomForItsNameAndItsView) {
   EXPECT_EQ(static_cast<void*>(table->_view), table->_viewSpace);
 }
 
+TEST_F(ObjectOrderTest, TableBeginsOnItsFirstRow) {
+  EXPECT_EQ(table->_cursor, 0);
+  EXPECT_EQ(table->_recordSize, recordSize);
+}
+
 TEST_F(ObjectOrderTest, TableNamesItsColumnsByTheConstants) {
   EXPECT_EQ(Table::_keyColumnName, Pvn::Database::Metakit::Persist::keyColumnName);
   EXPECT_EQ(Table::_recordColumnName, Pvn::Database::Metakit::Persist::recordColumnName);
