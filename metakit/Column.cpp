@@ -247,8 +247,7 @@ void BytesColumn::forget(std::int32_t origin) {
 void BytesColumn::set(std::int32_t row, const void* bytes, std::int32_t size) {
   const Item before = at(row);
   const auto length = static_cast<std::size_t>(size);
-  if (before.size == size &&
-      (before.bytes == nullptr || std::memcmp(before.bytes, bytes, length) == 0)) {
+  if (before.size == size && (size == 0 || std::memcmp(before.bytes, bytes, length) == 0)) {
     return;
   }
   Fresh item;

@@ -110,9 +110,6 @@ class CommitTest : public ::testing::Test {
 };
 
 TEST_F(CommitTest, AFreshFileGetsItsHeaderFirstAndItsEndLast) {
-  create(20);
-  c4_Storage(path, 1);
-  disk[path].clear();
   c4_Storage storage(path, 1);
   c4_View view = storage.GetAs(description);
   add(view, 20);

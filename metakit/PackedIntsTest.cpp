@@ -1,5 +1,6 @@
 #include "metakit/PackedInts.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -12,9 +13,9 @@ using Metakit::Bytes;
 using Metakit::PackedInts;
 
 std::vector<std::int32_t> valuesOf(const PackedInts& list) {
-  std::vector<std::int32_t> values;
+  std::vector<std::int32_t> values(static_cast<std::size_t>(list.size()));
   for (std::int32_t i = 0; i < list.size(); ++i) {
-    values.push_back(list.at(i));
+    values[static_cast<std::size_t>(i)] = list.at(i);
   }
   return values;
 }

@@ -42,7 +42,9 @@ std::unique_ptr<File> PosixFile::open(const char* path, bool write) {
 }
 
 PosixFile::~PosixFile() {
-  PosixFile::close();
+  if (_descriptor >= 0) {
+    ::close(_descriptor);
+  }
   for (const Mapping& mapping : _mappings) {
     ::munmap(mapping.start, mapping.size);
   }

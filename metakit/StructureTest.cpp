@@ -1,6 +1,7 @@
 #include "metakit/Structure.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -20,7 +21,8 @@ std::string understood(const std::string& description) {
 std::string nested(int levels) {
   std::string text = "i:I";
   for (int i = 0; i < levels; ++i) {
-    text = "v[" + text + "]";
+    text.insert(0, "v[");
+    text += ']';
   }
   return text;
 }

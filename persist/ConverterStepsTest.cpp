@@ -195,6 +195,7 @@ TEST(ConverterStepsTest, HasTheNewTableOnlyWhileItConverts) {
   current = &converter;
   EXPECT_EQ(converter._newTable, nullptr);
   converter.convert();
+  current = nullptr;
   EXPECT_EQ(converter._newTable, nullptr);
   EXPECT_EQ(converter._oldTable, nullptr);
 }
