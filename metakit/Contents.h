@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "metakit/Column.h"
@@ -32,8 +33,7 @@ inline std::string contentsOf(const Sequence& table) {
         default: {
           const BytesColumn::Item item = static_cast<const BytesColumn&>(column).at(row);
           text += std::to_string(item.size) + ':';
-          text.append(reinterpret_cast<const char*>(item.bytes),
-                      static_cast<std::size_t>(item.size));
+          text.insert(text.end(), item.bytes, item.bytes + item.size);
         }
       }
       text += ' ';
