@@ -154,7 +154,8 @@ class CrashTest : public ::testing::TestWithParam<History> {
         SCOPED_TRACE("killed in " + where);
         std::string found = before;
         apply(operations, 0, cut, found);
-        expectOneOf(outcomes, found);
+        const bool isOver = committed && cut == operations.size();
+        expectOneOf(isOver ? Outcomes{after} : outcomes, found);
       }
       for (int sample = 0; flushes && sample < 4 && !HasFatalFailure(); ++sample) {
         SCOPED_TRACE("power cut in " + where);
