@@ -26,33 +26,14 @@ void putBig(std::uint8_t* bytes, int count, std::uint32_t value) {
   }
 }
 
-/// Reads an unsigned integer of sizeof(T) bytes in the given order.
-template <class T>
-T get(const std::uint8_t* bytes, ByteOrder order) {
-  T value = 0;
-  for (std::size_t i = 0; i < sizeof(T); ++i) {
-    const std::size_t shift = 8 * (order == ByteOrder::Little ? i : sizeof(T) - 1 - i);
-    value = static_cast<T>(value | static_cast<T>(static_cast<T>(bytes[i]) << shift));
-  }
-  return value;
-}
-
-template <class T>
-void put(std::uint8_t* bytes, ByteOrder order, T value) {
-  for (std::size_t i = 0; i < sizeof(T); ++i) {
-    const std::size_t shift = 8 * (order == ByteOrder::Little ? i : sizeof(T) - 1 - i);
-    bytes[i] = static_cast<std::uint8_t>(value >> shift);
-  }
-}
-
 /// Widths of the columns whose length alone would not tell: by rows (1 to 7) and size (1 to 6).
-constexpr std::int8_t shortWidths[7][6] = {{8, 16, 1, 32, 2, 4},    // 1 row
-                                           {4, 8, 1, 16, 2, -1},    // 2 rows
-                                           {2, 4, 8, 1, -1, 16},    // 3 rows
-                                           {2, 4, -1, 8, 1, -1},    // 4 rows
-                                           {1, 2, 4, -1, 8, -1},    // 5 rows
-                                           {1, 2, 4, -1, -1, 8},    // 6 rows
-                                           {1, 2, -1, 4, -1, -1}};  // 7 rows
+constexpr std::int8_t shortWidths[longestShortColumn][6] = {{8, 16, 1, 32, 2, 4},    // 1 row
+                                                            {4, 8, 1, 16, 2, -1},    // 2 rows
+                                                            {2, 4, 8, 1, -1, 16},    // 3 rows
+                                                            {2, 4, -1, 8, 1, -1},    // 4 rows
+                                                            {1, 2, 4, -1, 8, -1},    // 5 rows
+                                                            {1, 2, 4, -1, -1, 8},    // 6 rows
+                                                            {1, 2, -1, 4, -1, -1}};  // 7 rows
 
 }  // namespace
 
@@ -185,30 +166,11 @@ int packedWidthOf(std::int32_t rows, std::int32_t size) {
   if (size == 0) {
     return 0;
   }
-  if (rows <= 7 && size <= 6) {
+  if (rows <= longestShortColumn && size <= 6) {
     return shortWidths[rows - 1][size - 1];
   }
   const std::int64_t width = static_cast<std::int64_t>(size) * 8 / rows;
   return width <= 32 && (width & (width - 1)) == 0 ? static_cast<int>(width) : -1;
-}
-
-std::int32_t packedGet(const std::uint8_t* column, int width, std::int32_t index, ByteOrder order) {
-  switch (width) {
-    case 0:
-      return 0;
-    case 8:
-      return static_cast<std::int8_t>(column[index]);
-    case 16:
-      return static_cast<std::int16_t>(
-          get<std::uint16_t>(column + static_cast<std::ptrdiff_t>(index) * 2, order));
-    case 32:
-      return static_cast<std::int32_t>(
-          get<std::uint32_t>(column + static_cast<std::ptrdiff_t>(index) * 4, order));
-    default: {
-      const std::int64_t bit = static_cast<std::int64_t>(index) * width;
-      return column[bit / 8] >> (bit % 8) & ((1 << width) - 1);
-    }
-  }
 }
 
 void packedPut(std::uint8_t* column, int width, std::int32_t index, std::int32_t value,
@@ -220,12 +182,12 @@ void packedPut(std::uint8_t* column, int width, std::int32_t index, std::int32_t
       column[index] = static_cast<std::uint8_t>(value);
       return;
     case 16:
-      put(column + static_cast<std::ptrdiff_t>(index) * 2, order,
-          static_cast<std::uint16_t>(value));
+      storeInteger(column + static_cast<std::ptrdiff_t>(index) * 2, order,
+                   static_cast<std::uint16_t>(value));
       return;
     case 32:
-      put(column + static_cast<std::ptrdiff_t>(index) * 4, order,
-          static_cast<std::uint32_t>(value));
+      storeInteger(column + static_cast<std::ptrdiff_t>(index) * 4, order,
+                   static_cast<std::uint32_t>(value));
       return;
     default: {
       const std::int64_t bit = static_cast<std::int64_t>(index) * width;
@@ -236,15 +198,6 @@ void packedPut(std::uint8_t* column, int width, std::int32_t index, std::int32_t
       return;
     }
   }
-}
-
-std::int64_t wideGet(const std::uint8_t* column, std::int32_t index, ByteOrder order) {
-  return static_cast<std::int64_t>(
-      get<std::uint64_t>(column + static_cast<std::ptrdiff_t>(index) * 8, order));
-}
-
-void widePut(std::uint8_t* column, std::int32_t index, std::int64_t value, ByteOrder order) {
-  put(column + static_cast<std::ptrdiff_t>(index) * 8, order, static_cast<std::uint64_t>(value));
 }
 
 }  // namespace Metakit

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -82,7 +85,36 @@ void appendInteger(Bytes& walk, std::int32_t value);
 /// Appends a column entry to a walk: the size and, if there is a block, its position.
 void appendExtent(Bytes& walk, Extent extent);
 
+// ---- Integers in columns ----
+
+constexpr ByteOrder nativeOrder =
+    __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? ByteOrder::Little : ByteOrder::Big;
+
+/// An integer of sizeof(T) bytes.
+template <class T>
+T loadInteger(const std::uint8_t* bytes, ByteOrder order) {
+  std::array<std::uint8_t, sizeof(T)> own;
+  std::memcpy(own.data(), bytes, sizeof(T));
+  if (order != nativeOrder) {
+    std::reverse(own.begin(), own.end());
+  }
+  T value;
+  std::memcpy(&value, own.data(), sizeof(T));
+  return value;
+}
+
+template <class T>
+void storeInteger(std::uint8_t* bytes, ByteOrder order, T value) {
+  std::memcpy(bytes, &value, sizeof(T));
+  if (order != nativeOrder) {
+    std::reverse(bytes, bytes + sizeof(T));
+  }
+}
+
 // ---- Packed columns: every value in 0, 1, 2, 4, 8, 16 or 32 bits ----
+
+/// Up to that many rows it takes a table to tell a column's width from its size.
+constexpr std::int32_t longestShortColumn = 7;
 
 /// The least width that holds `value`: 0, 1, 2 and 4 bits unsigned, 8, 16 and 32 bits signed.
 int packedWidth(std::int32_t value);
@@ -95,7 +127,24 @@ std::int64_t packedSize(std::int32_t rows, int width);
 int packedWidthOf(std::int32_t rows, std::int32_t size);
 
 /// Value `index` of a column. REQUIRES: the column holds it.
-std::int32_t packedGet(const std::uint8_t* column, int width, std::int32_t index, ByteOrder order);
+inline std::int32_t packedGet(const std::uint8_t* column, int width, std::int32_t index,
+                              ByteOrder order) {
+  const auto at = static_cast<std::ptrdiff_t>(index);
+  switch (width) {
+    case 0:
+      return 0;
+    case 8:
+      return static_cast<std::int8_t>(column[at]);
+    case 16:
+      return loadInteger<std::int16_t>(column + at * 2, order);
+    case 32:
+      return loadInteger<std::int32_t>(column + at * 4, order);
+    default: {
+      const std::int64_t bit = static_cast<std::int64_t>(index) * width;
+      return column[bit / 8] >> (bit % 8) & ((1 << width) - 1);
+    }
+  }
+}
 
 /// REQUIRES: the column has room for value `index`, and `width` holds `value`.
 void packedPut(std::uint8_t* column, int width, std::int32_t index, std::int32_t value,
@@ -103,7 +152,14 @@ void packedPut(std::uint8_t* column, int width, std::int32_t index, std::int32_t
 
 // ---- Columns of 64 bits ----
 
-std::int64_t wideGet(const std::uint8_t* column, std::int32_t index, ByteOrder order);
-void widePut(std::uint8_t* column, std::int32_t index, std::int64_t value, ByteOrder order);
+constexpr std::int32_t wideSize = 8;
+
+inline std::int64_t wideGet(const std::uint8_t* column, std::int32_t index, ByteOrder order) {
+  return loadInteger<std::int64_t>(column + static_cast<std::ptrdiff_t>(index) * wideSize, order);
+}
+
+inline void widePut(std::uint8_t* column, std::int32_t index, std::int64_t value, ByteOrder order) {
+  storeInteger(column + static_cast<std::ptrdiff_t>(index) * wideSize, order, value);
+}
 
 }  // namespace Metakit

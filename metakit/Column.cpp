@@ -29,109 +29,135 @@ IntColumn::IntColumn(std::shared_ptr<Source> source, const PackedEntry& entry, s
     : _source(std::move(source)),
       _order(orderOf(_source)),
       _stored(bytesOf(_source, entry.block)),
-      _entry(entry),
-      _rows(rows) {
-  if (_stored == nullptr) {
-    _entry.width = 0;
+      _block{entry.block},
+      _width(_stored != nullptr ? entry.width : 0),
+      _storedRows(rows),
+      _kept(rows),
+      _fresh(_order) {}
+
+PackedInts IntColumn::all() const {
+  if (_kept == 0) {
+    return _fresh;
   }
+  PackedInts values(_stored, _width, _kept, _order);
+  for (std::int32_t i = 0; i < _fresh.size(); ++i) {
+    values.append(_fresh.at(i));
+  }
+  return values;
 }
 
-PackedInts& IntColumn::own() {
-  if (_own == nullptr) {
-    _own = std::make_unique<PackedInts>(_stored, _entry.width, _rows, _order);
+void IntColumn::takeAll() {
+  if (_kept > 0) {
+    _fresh = all();
+    _kept = 0;
   }
-  return *_own;
 }
 
 void IntColumn::set(std::int32_t row, std::int32_t value) {
-  if (at(row) != value) {
-    own().set(row, value);
-    _changed = true;
+  if (at(row) == value) {
+    return;
   }
-}
-
-void IntColumn::append() {
-  own().append(0);
-  _changed = true;
+  if (row < _kept) {
+    takeAll();
+  }
+  _fresh.set(row - _kept, value);
 }
 
 void IntColumn::remove(std::int32_t row, std::int32_t count) {
-  own().remove(row, count);
-  _changed = true;
+  takeAll();
+  _fresh.remove(row, count);
 }
 
 void IntColumn::copy(std::int32_t row, const Column& from, std::int32_t fromRow) {
   set(row, static_cast<const IntColumn&>(from).at(fromRow));
 }
 
+bool IntColumn::extend(Commit& commit, Growable& block) const {
+  if (_kept != _storedRows || _fresh.leastWidth() > _width) {
+    return false;
+  }
+  if (_width == 0) {
+    // Zeros take no bytes.
+    return true;
+  }
+  // A few of the shortest columns are longer than their values, and so may be those of others.
+  if (_kept <= longestShortColumn || _block.block.size != packedSize(_kept, _width)) {
+    return false;
+  }
+  // The last byte may have room for values yet. It is written again, with the bits it has.
+  const std::int32_t perByte = _width < 8 ? 8 / _width : 1;
+  const std::int32_t again = _kept % perByte;
+  PackedInts added(_order, _width);
+  for (std::int32_t row = _kept - again; row < rows(); ++row) {
+    added.append(at(row));
+  }
+  Bytes bytes = added.bytes();
+  return commit.extend(_block, again > 0 ? 1 : 0, bytes, block);
+}
+
 void IntColumn::save(Commit& commit, Bytes& walk) {
-  Extent block = _entry.block;
-  if (_changed) {
-    commit.release(block);
-    block = commit.place(own().packed());
+  Growable block = _block;
+  if (changed()) {
+    if (!extend(commit, block)) {
+      block = commit.replace(_block, all().packed());
+    }
     commit.whenDone([this, block] {
-      _entry.block = block;
-      _changed = false;
+      _block = block;
+      _stored = bytesOf(_source, block.block);
+      _kept = rows();
+      _storedRows = _kept;
+      _width = packedWidthOf(_kept, block.block.size);
+      _fresh = PackedInts(_order);
     });
   }
-  appendExtent(walk, block);
+  appendExtent(walk, block.block);
+}
+
+void IntColumn::listBlocks(std::vector<Extent>& blocks) const {
+  blocks.push_back(_block.withSlack());
 }
 
 // ---- WideColumn ----
-
-namespace {
-
-constexpr std::ptrdiff_t wideSize = 8;
-
-}  // namespace
 
 WideColumn::WideColumn(std::shared_ptr<Source> source, Extent entry, std::int32_t rows)
     : _source(std::move(source)),
       _order(orderOf(_source)),
       _stored(bytesOf(_source, entry)),
-      _entry(entry),
-      _rows(rows) {}
+      _block{entry},
+      _storedRows(rows),
+      _kept(rows) {}
 
-WideColumn::WideColumn(std::shared_ptr<Source> source, std::int32_t rows)
-    : WideColumn(std::move(source), Extent{}, rows) {
-  _changed = rows > 0;
-}
-
-Bytes& WideColumn::own() {
-  if (!_inMemory) {
-    if (_stored != nullptr) {
-      _own.assign(_stored, _stored + _entry.size);
-    }
-    _own.resize(static_cast<std::size_t>(_rows * wideSize));
-    _inMemory = true;
+void WideColumn::takeAll() {
+  const std::size_t size = static_cast<std::size_t>(_kept) * wideSize;
+  if (_stored != nullptr) {
+    _fresh.insert(_fresh.begin(), _stored, _stored + size);
+  } else {
+    _fresh.insert(_fresh.begin(), size, 0);
   }
-  return _own;
+  _kept = 0;
 }
 
 std::int64_t WideColumn::at(std::int32_t row) const {
-  const std::uint8_t* column = _inMemory ? _own.data() : _stored;
-  return column != nullptr ? wideGet(column, row, _order) : 0;
+  if (row >= _kept) {
+    return wideGet(_fresh.data(), row - _kept, _order);
+  }
+  return _stored != nullptr ? wideGet(_stored, row, _order) : 0;
 }
 
 void WideColumn::set(std::int32_t row, std::int64_t value) {
-  if (at(row) != value) {
-    widePut(own().data(), row, value, _order);
-    _changed = true;
+  if (at(row) == value) {
+    return;
   }
-}
-
-void WideColumn::append() {
-  Bytes& bytes = own();
-  bytes.resize(bytes.size() + wideSize);
-  ++_rows;
-  _changed = true;
+  if (row < _kept) {
+    takeAll();
+  }
+  widePut(_fresh.data(), row - _kept, value, _order);
 }
 
 void WideColumn::remove(std::int32_t row, std::int32_t count) {
-  Bytes& bytes = own();
-  bytes.erase(bytes.begin() + row * wideSize, bytes.begin() + (row + count) * wideSize);
-  _rows -= count;
-  _changed = true;
+  takeAll();
+  const auto first = _fresh.begin() + static_cast<std::ptrdiff_t>(row) * wideSize;
+  _fresh.erase(first, first + static_cast<std::ptrdiff_t>(count) * wideSize);
 }
 
 void WideColumn::copy(std::int32_t row, const Column& from, std::int32_t fromRow) {
@@ -139,48 +165,63 @@ void WideColumn::copy(std::int32_t row, const Column& from, std::int32_t fromRow
 }
 
 void WideColumn::save(Commit& commit, Bytes& walk) {
-  Extent block = _entry;
-  if (_changed) {
-    commit.release(block);
-    block = commit.place(own().data(), static_cast<std::int64_t>(own().size()));
+  Growable block = _block;
+  // Zeros may have been left out of the file, or are not in it yet.
+  if (_stored == nullptr) {
+    takeAll();
+  }
+  if (changed()) {
+    block = _kept > 0 ? commit.append(_block, _stored, Bytes(_fresh))
+                      : commit.replace(_block, Bytes(_fresh));
     commit.whenDone([this, block] {
-      _entry = block;
-      _changed = false;
+      _block = block;
+      _stored = bytesOf(_source, block.block);
+      _kept = block.block.size / wideSize;
+      _storedRows = _kept;
+      _fresh.clear();
     });
   }
-  appendExtent(walk, block);
+  appendExtent(walk, block.block);
+}
+
+void WideColumn::listBlocks(std::vector<Extent>& blocks) const {
+  blocks.push_back(_block.withSlack());
 }
 
 // ---- BytesColumn ----
 
 BytesColumn::BytesColumn(std::shared_ptr<Source> source, const BytesEntry& entry, std::int32_t rows)
-    : _source(std::move(source)), _sizes(bytesOf(_source, entry.sizes.block)) {
+    : _source(std::move(source)),
+      _data{entry.data},
+      _memoWalk{entry.memos},
+      _storedRows(rows),
+      _kept(rows),
+      _sizes(_source, entry.sizes, rows) {
   if (_source != nullptr) {
     EntryReader(*_source).memos(entry.memos, rows, _memos);
   }
-  takeStored(entry, rows);
+  _hasOverridden = std::any_of(_memos.begin(), _memos.end(),
+                               [this](const Memo& memo) { return _sizes.stored(memo.row) > 0; });
 }
 
-/// The last commit has this, and what _sizes and _memos tell.
-void BytesColumn::takeStored(const BytesEntry& entry, std::int32_t rows) {
-  _entry = entry;
-  _storedRows = rows;
-  _offsets.clear();
-  if (_sizes == nullptr) {
-    return;
+/// Where a stored item begins among the inline ones.
+std::int32_t BytesColumn::storedOffset(std::int32_t row) const {
+  if (_offsets.empty()) {
+    _offsets.push_back(0);
   }
-  _offsets.reserve(static_cast<std::size_t>(rows / stride) + 1);
-  std::int32_t offset = 0;
-  for (std::int32_t row = 0; row < rows; ++row) {
-    if (row % stride == 0) {
-      _offsets.push_back(offset);
+  const auto wanted = static_cast<std::size_t>(row / stride);
+  const auto sizeOf = [this](std::int32_t first, std::int32_t last) {
+    std::int32_t size = 0;
+    for (std::int32_t at = first; at < last; ++at) {
+      size += _sizes.stored(at);
     }
-    offset += storedSize(row);
+    return size;
+  };
+  while (_offsets.size() <= wanted) {
+    const auto first = static_cast<std::int32_t>(_offsets.size() - 1) * stride;
+    _offsets.push_back(_offsets.back() + sizeOf(first, first + stride));
   }
-}
-
-std::int32_t BytesColumn::storedSize(std::int32_t row) const {
-  return packedGet(_sizes, _entry.sizes.width, row, orderOf(_source));
+  return _offsets[wanted] + sizeOf(row - row % stride, row);
 }
 
 BytesColumn::Place BytesColumn::storedPlace(std::int32_t row) const {
@@ -192,20 +233,16 @@ BytesColumn::Place BytesColumn::storedPlace(std::int32_t row) const {
     place.kind = Place::Kind::Memo;
     place.block = memo->block;
     place.memo = static_cast<std::size_t>(memo - _memos.begin());
-  } else if (_sizes != nullptr) {
+  } else if (_data.block.size > 0) {
     place.kind = Place::Kind::Inline;
-    place.block.position = _entry.data.position + _offsets[static_cast<std::size_t>(row / stride)];
-    for (std::int32_t before = row - row % stride; before < row; ++before) {
-      place.block.position += storedSize(before);
-    }
-    place.block.size = storedSize(row);
+    place.block = {_data.block.position + storedOffset(row), _sizes.stored(row)};
   }
   place.bytes = bytesOf(_source, place.block);
   return place;
 }
 
 BytesColumn::Place BytesColumn::placeOf(std::int32_t row) const {
-  const std::int32_t origin = _changed ? _origins[static_cast<std::size_t>(row)] : row;
+  const std::int32_t origin = originOf(row);
   if (origin > none) {
     return storedPlace(origin);
   }
@@ -225,16 +262,11 @@ BytesColumn::Item BytesColumn::at(std::int32_t row) const {
   return {place.bytes, place.bytes != nullptr ? place.block.size : 0};
 }
 
-std::vector<std::int32_t>& BytesColumn::origins() {
-  if (!_changed) {
-    const auto rows = static_cast<std::size_t>(_storedRows);
-    // A few rows are added more often than twice as many.
-    _origins.reserve(rows + rows / 16 + 16);
-    _origins.resize(rows);
-    std::iota(_origins.begin(), _origins.end(), 0);
-    _changed = true;
-  }
-  return _origins;
+void BytesColumn::takeAll() {
+  const auto kept = static_cast<std::size_t>(_kept);
+  _origins.insert(_origins.begin(), kept, 0);
+  std::iota(_origins.begin(), _origins.begin() + _kept, 0);
+  _kept = 0;
 }
 
 void BytesColumn::forget(std::int32_t origin) {
@@ -255,7 +287,11 @@ void BytesColumn::set(std::int32_t row, const void* bytes, std::int32_t size) {
     item = {std::make_unique<std::uint8_t[]>(length), size};
     std::memcpy(item.bytes.get(), bytes, length);
   }
-  std::int32_t& origin = origins()[static_cast<std::size_t>(row)];
+  if (row < _kept) {
+    takeAll();
+  }
+  _sizes.set(row, size > inlineLimit ? 0 : size);
+  std::int32_t& origin = _origins[static_cast<std::size_t>(row - _kept)];
   forget(std::exchange(origin, none));
   if (size == 0) {
     return;
@@ -270,14 +306,19 @@ void BytesColumn::set(std::int32_t row, const void* bytes, std::int32_t size) {
 }
 
 void BytesColumn::append() {
-  origins().push_back(none);
+  if (_hasOverridden) {
+    takeAll();
+  }
+  _origins.push_back(none);
+  _sizes.append();
 }
 
 void BytesColumn::remove(std::int32_t row, std::int32_t count) {
-  std::vector<std::int32_t>& all = origins();
-  const auto first = all.begin() + row;
+  takeAll();
+  const auto first = _origins.begin() + row;
   std::for_each(first, first + count, [this](std::int32_t origin) { forget(origin); });
-  all.erase(first, first + count);
+  _origins.erase(first, first + count);
+  _sizes.remove(row, count);
 }
 
 void BytesColumn::copy(std::int32_t row, const Column& from, std::int32_t fromRow) {
@@ -286,104 +327,97 @@ void BytesColumn::copy(std::int32_t row, const Column& from, std::int32_t fromRo
 }
 
 bool BytesColumn::movesData() const {
-  std::int64_t kept = 0;
-  for (std::size_t row = 0; row < _origins.size(); ++row) {
-    const Place place = placeOf(static_cast<std::int32_t>(row));
+  std::int64_t stays = 0;
+  for (std::int32_t row = 0; row < rows(); ++row) {
+    const Place place = placeOf(row);
     if (place.kind == Place::Kind::Fresh && place.block.size <= inlineLimit) {
       return true;
     }
-    kept += place.kind == Place::Kind::Inline ? place.block.size : 0;
+    stays += place.kind == Place::Kind::Inline ? place.block.size : 0;
   }
-  return kept != _entry.data.size;
+  return stays != _data.block.size;
 }
 
 void BytesColumn::save(Commit& commit, Bytes& walk) {
-  if (!_changed) {
-    appendEntry(walk, _entry);
-    return;
-  }
-  const bool moves = movesData();
-  Bytes data;
-  PackedInts sizes(orderOf(_source));
-  std::vector<Memo> memos;
-  std::vector<bool> keeps(_memos.size());
-  const auto rows = static_cast<std::int32_t>(_origins.size());
-  for (std::int32_t row = 0; row < rows; ++row) {
-    Place place = placeOf(row);
-    const std::int32_t size = place.block.size;
-    // Inline items that have to be moved anyway are moved out if they are long.
-    const bool isFresh = place.kind == Place::Kind::Fresh;
-    const bool isMemo =
-        place.kind == Place::Kind::Memo ? size > 0 : size > inlineLimit && (isFresh || moves);
-    sizes.append(isMemo ? 0 : size);
-    if (size > 0 && place.bytes == nullptr) {
-      commit.fail();
-    } else if (isMemo) {
-      if (place.kind == Place::Kind::Memo) {
-        keeps[place.memo] = true;
-      } else {
-        place.block = commit.place(place.bytes, size);
+  Growable data = _data;
+  Growable memoWalk = _memoWalk;
+  if (changed()) {
+    const bool appends = _kept == _storedRows;
+    const bool moves = !appends && movesData();
+    Bytes items;
+    Bytes memoEntries;
+    std::vector<Memo> memos;
+    std::vector<bool> keeps(appends ? 0 : _memos.size());
+    std::int32_t nextRow = appends && !_memos.empty() ? _memos.back().row + 1 : 0;
+    for (std::int32_t row = _kept; row < rows(); ++row) {
+      Place place = placeOf(row);
+      const std::int32_t size = place.block.size;
+      // Inline items that have to be moved anyway are moved out if they are long.
+      const bool isFresh = place.kind == Place::Kind::Fresh;
+      const bool isMemo =
+          place.kind == Place::Kind::Memo ? size > 0 : size > inlineLimit && (isFresh || moves);
+      _sizes.set(row, isMemo ? 0 : size);
+      if (size > 0 && place.bytes == nullptr) {
+        commit.fail();
+      } else if (isMemo) {
+        if (place.kind == Place::Kind::Memo) {
+          keeps[place.memo] = true;
+        } else {
+          place.block = commit.place(place.bytes, size);
+        }
+        appendInteger(memoEntries, row - nextRow);
+        appendExtent(memoEntries, place.block);
+        nextRow = row + 1;
+        memos.push_back({row, place.block});
+      } else if (appends || moves) {
+        items.insert(items.end(), place.bytes, place.bytes + size);
       }
-      memos.push_back({row, place.block});
-    } else if (moves) {
-      data.insert(data.end(), place.bytes, place.bytes + size);
     }
-  }
-  BytesEntry entry;
-  entry.data = _entry.data;
-  if (moves) {
-    commit.release(_entry.data);
-    entry.data = commit.place(std::move(data));
-  }
-  const Bytes packed = entry.data.size > 0 ? sizes.packed() : Bytes{};
-  entry.sizes.block = commit.place(Bytes(packed));
-  entry.sizes.width = packedWidthOf(rows, entry.sizes.block.size);
-  commit.release(_entry.sizes.block);
-  entry.memos = commit.place(memoWalk(memos));
-  commit.release(_entry.memos);
-  for (std::size_t i = 0; i < _memos.size(); ++i) {
-    if (!keeps[i]) {
-      commit.release(_memos[i].block);
+    if (appends) {
+      data = commit.append(_data, bytesOf(_source, _data.block), std::move(items));
+      memoWalk =
+          commit.append(_memoWalk, bytesOf(_source, _memoWalk.block), std::move(memoEntries));
+    } else {
+      if (moves) {
+        data = commit.replace(_data, std::move(items));
+      }
+      memoWalk = commit.replace(_memoWalk, std::move(memoEntries));
     }
+    for (std::size_t i = 0; i < keeps.size(); ++i) {
+      if (!keeps[i]) {
+        commit.release(_memos[i].block);
+      }
+    }
+    commit.whenDone([this, appends, data, memoWalk, memos = std::move(memos)] {
+      _data = data;
+      _memoWalk = memoWalk;
+      if (!appends) {
+        _memos.clear();
+        _offsets.clear();
+        _hasOverridden = false;
+      }
+      _memos.insert(_memos.end(), memos.begin(), memos.end());
+      _kept = rows();
+      _storedRows = _kept;
+      // Not {}, which would keep the memory.
+      _origins = std::vector<std::int32_t>();
+      _fresh = std::vector<Fresh>();
+      _unused.clear();
+    });
   }
-  appendEntry(walk, entry);
-  commit.whenDone([this, entry, rows, packed, memos] {
-    _ownSizes = packed;
-    _sizes = packed.empty() ? nullptr : _ownSizes.data();
-    _memos = memos;
-    takeStored(entry, rows);
-    _changed = false;
-    // Not {}, which would keep the memory.
-    _origins = std::vector<std::int32_t>();
-    _fresh = std::vector<Fresh>();
-    _unused.clear();
-  });
+  appendExtent(walk, data.block);
+  // Without inline items there are no sizes.
+  Bytes noEntry;
+  _sizes.save(commit, data.block.size > 0 ? walk : noEntry);
+  appendExtent(walk, memoWalk.block);
 }
 
 void BytesColumn::listBlocks(std::vector<Extent>& blocks) const {
-  blocks.insert(blocks.end(), {_entry.data, _entry.sizes.block, _entry.memos});
+  blocks.insert(blocks.end(), {_data.withSlack(), _memoWalk.withSlack()});
+  _sizes.listBlocks(blocks);
   for (const Memo& memo : _memos) {
     blocks.push_back(memo.block);
   }
-}
-
-Bytes BytesColumn::memoWalk(const std::vector<Memo>& memos) {
-  Bytes walk;
-  std::int32_t next = 0;
-  for (const Memo& memo : memos) {
-    appendInteger(walk, memo.row - next);
-    appendExtent(walk, memo.block);
-    next = memo.row + 1;
-  }
-  return walk;
-}
-
-void BytesColumn::appendEntry(Bytes& walk, const BytesEntry& entry) {
-  appendExtent(walk, entry.data);
-  if (entry.data.size > 0) {
-    appendExtent(walk, entry.sizes.block);
-  }
-  appendExtent(walk, entry.memos);
 }
 
 // ---- ViewColumn ----

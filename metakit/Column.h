@@ -43,69 +43,83 @@ class Column {
   virtual void listBlocks(std::vector<Extent>& blocks) const = 0;
 };
 
-/// Integers of 32 bits in adaptive width; floats by their bit pattern.
+/// Integers of 32 bits in adaptive width; floats by their bit pattern. Rows that are appended are
+/// kept apart from the stored ones, which stay where they are; any other change takes all into
+/// memory.
 class IntColumn : public Column {
  public:
   IntColumn(std::shared_ptr<Source> source, const PackedEntry& entry, std::int32_t rows);
 
   std::int32_t at(std::int32_t row) const {
-    return _own != nullptr ? _own->at(row) : packedGet(_stored, _entry.width, row, _order);
+    return row < _kept ? stored(row) : _fresh.at(row - _kept);
   }
   void set(std::int32_t row, std::int32_t value);
+  /// The value that the last commit has. REQUIRES: it has the row.
+  std::int32_t stored(std::int32_t row) const { return packedGet(_stored, _width, row, _order); }
 
-  void append() override;
+  void append() override { _fresh.append(0); }
   void remove(std::int32_t row, std::int32_t count) override;
   void clear(std::int32_t row) override { set(row, 0); }
   void copy(std::int32_t row, const Column& from, std::int32_t fromRow) override;
-  bool changed() const override { return _changed; }
+  bool changed() const override { return _kept != _storedRows || _fresh.size() > 0; }
   void save(Commit& commit, Bytes& walk) override;
-  void listBlocks(std::vector<Extent>& blocks) const override { blocks.push_back(_entry.block); }
+  void listBlocks(std::vector<Extent>& blocks) const override;
 
  private:
-  PackedInts& own();
+  std::int32_t rows() const { return _kept + _fresh.size(); }
+  /// The values in memory, those of the first `_kept` rows included.
+  PackedInts all() const;
+  void takeAll();
+  bool extend(Commit& commit, Growable& block) const;
 
   const std::shared_ptr<Source> _source;
   const ByteOrder _order;
+
+  // What the last commit has.
   const std::uint8_t* _stored;
-  PackedEntry _entry;
-  /// Rows of the stored column.
-  const std::int32_t _rows;
-  std::unique_ptr<PackedInts> _own;
-  bool _changed = false;
+  Growable _block;
+  int _width;
+  std::int32_t _storedRows;
+
+  /// As many rows are as they are stored, the others are fresh.
+  std::int32_t _kept;
+  PackedInts _fresh;
 };
 
-/// Integers and doubles of 64 bits, as bit patterns.
+/// Integers and doubles of 64 bits, as bit patterns. Keeps appended rows apart as `IntColumn` does.
 class WideColumn : public Column {
  public:
   WideColumn(std::shared_ptr<Source> source, Extent entry, std::int32_t rows);
-  /// A column that is not in the file yet.
-  WideColumn(std::shared_ptr<Source> source, std::int32_t rows);
 
   std::int64_t at(std::int32_t row) const;
   void set(std::int32_t row, std::int64_t value);
 
-  void append() override;
+  void append() override { _fresh.resize(_fresh.size() + wideSize); }
   void remove(std::int32_t row, std::int32_t count) override;
   void clear(std::int32_t row) override { set(row, 0); }
   void copy(std::int32_t row, const Column& from, std::int32_t fromRow) override;
-  bool changed() const override { return _changed; }
+  bool changed() const override { return _kept != _storedRows || !_fresh.empty(); }
   void save(Commit& commit, Bytes& walk) override;
-  void listBlocks(std::vector<Extent>& blocks) const override { blocks.push_back(_entry); }
+  void listBlocks(std::vector<Extent>& blocks) const override;
 
  private:
-  Bytes& own();
+  void takeAll();
 
   const std::shared_ptr<Source> _source;
   const ByteOrder _order;
+
+  // What the last commit has; null when all is 0.
   const std::uint8_t* _stored;
-  Extent _entry;
-  std::int32_t _rows;
-  Bytes _own;
-  bool _inMemory = false;
-  bool _changed = false;
+  Growable _block;
+  std::int32_t _storedRows;
+
+  /// As many rows are as they are stored, the others are fresh.
+  std::int32_t _kept;
+  Bytes _fresh;
 };
 
-/// Items of any length: bytes, or strings with their terminating NUL.
+/// Items of any length: bytes, or strings with their terminating NUL. Keeps appended rows apart as
+/// `IntColumn` does.
 class BytesColumn : public Column {
  public:
   /// A longer item stands apart, as a memo, once it is written: then a commit writes the items that
@@ -128,7 +142,7 @@ class BytesColumn : public Column {
   void remove(std::int32_t row, std::int32_t count) override;
   void clear(std::int32_t row) override { set(row, nullptr, 0); }
   void copy(std::int32_t row, const Column& from, std::int32_t fromRow) override;
-  bool changed() const override { return _changed; }
+  bool changed() const override { return _kept != _storedRows || !_origins.empty(); }
   void save(Commit& commit, Bytes& walk) override;
   void listBlocks(std::vector<Extent>& blocks) const override;
 
@@ -158,36 +172,40 @@ class BytesColumn : public Column {
   static std::size_t freshIndex(std::int32_t origin) {
     return static_cast<std::size_t>(none - 1 - origin);
   }
-  static Bytes memoWalk(const std::vector<Memo>& memos);
-  static void appendEntry(Bytes& walk, const BytesEntry& entry);
 
-  void takeStored(const BytesEntry& entry, std::int32_t rows);
-  std::int32_t storedSize(std::int32_t row) const;
+  std::int32_t rows() const { return _kept + static_cast<std::int32_t>(_origins.size()); }
+  std::int32_t originOf(std::int32_t row) const {
+    return row < _kept ? row : _origins[static_cast<std::size_t>(row - _kept)];
+  }
+  std::int32_t storedOffset(std::int32_t row) const;
   Place storedPlace(std::int32_t row) const;
   Place placeOf(std::int32_t row) const;
-  /// To be changed by the caller.
-  std::vector<std::int32_t>& origins();
+  /// Notes an origin for every row, so that any of them can change.
+  void takeAll();
   /// To be called for an origin that no row has any more.
   void forget(std::int32_t origin);
-  /// Whether the block of inline items has to be written anew.
+  /// Whether the block of inline items has to be written anew, rows only appended aside.
   bool movesData() const;
 
   const std::shared_ptr<Source> _source;
 
   // What the last commit has, and how to find an item in it.
-  BytesEntry _entry;
-  std::int32_t _storedRows = 0;
-  const std::uint8_t* _sizes;
-  /// The bytes at _sizes, once this object wrote them.
-  Bytes _ownSizes;
-  std::vector<std::int32_t> _offsets;
+  Growable _data;
+  Growable _memoWalk;
   std::vector<Memo> _memos;
+  std::int32_t _storedRows;
+  /// Whether items of another maker stand inline and as a memo; the next commit puts that right.
+  bool _hasOverridden = false;
+  /// Of every `stride`th row as far as was asked for.
+  mutable std::vector<std::int32_t> _offsets;
 
-  // While that is changed: the origin of each row's item, and the fresh ones.
-  bool _changed = false;
+  /// As many rows are as they are stored; the others have noted origins.
+  std::int32_t _kept;
   std::vector<std::int32_t> _origins;
   std::vector<Fresh> _fresh;
   std::vector<std::int32_t> _unused;
+  /// Sizes of inline items, also the fresh ones; 0 for memos.
+  IntColumn _sizes;
 };
 
 /// The rows of nested views, a sequence per row; a row is read when it is asked for.

@@ -12,13 +12,21 @@
 
 namespace Metakit {
 
+/// A block and the free bytes right behind it that are kept for it to grow into.
+struct Growable {
+  Extent block;
+  std::int32_t slack = 0;
+
+  Extent withSlack() const { return {block.position, block.size + slack}; }
+};
+
 /// A commit in the making: the blocks that it is to write, those that it makes superfluous, and
 /// what the columns have to note once it is complete. Until finish() nothing has changed for
 /// anybody: a commit that is given up hands its blocks back and leaves columns and file as they
 /// were. Lives on the stack of the storage that commits; nothing is fatal.
 class Commit {
  public:
-  /// A block to be written.
+  /// Bytes to be written.
   struct Placed {
     Extent block;
     const std::uint8_t* bytes;
@@ -36,6 +44,19 @@ class Commit {
 
   /// The same for bytes of which the commit keeps a copy.
   Extent place(Bytes&& bytes);
+
+  /// Gives a block other bytes, elsewhere. One that has to move gets slack in proportion to its
+  /// size, so that the cost of moving a block that grows is a constant for each byte.
+  Growable replace(const Growable& old, Bytes&& bytes);
+
+  /// Adds bytes to a block: behind it, where the last commit uses nothing, or elsewhere if there is
+  /// no room. `oldBytes` are those of the block.
+  Growable append(const Growable& old, const std::uint8_t* oldBytes, Bytes&& bytes);
+
+  /// Adds bytes to a block and leaves it where it is. The first `again` of them stand there
+  /// already, as its last bytes, in all bits that the last commit uses. False when there is no room
+  /// behind it; then the bytes are left to the caller.
+  bool extend(const Growable& old, std::int32_t again, Bytes& bytes, Growable& extended);
 
   /// Takes the bytes from the end of all blocks up to `position`.
   void fillUpTo(std::int32_t position);
@@ -65,6 +86,11 @@ class Commit {
   std::vector<Extent> finish();
 
  private:
+  /// Takes room for a block and its slack.
+  Growable take(std::int64_t size, std::int32_t slack);
+  /// Has a copy of the bytes written at `position`.
+  void write(std::int32_t position, Bytes&& bytes);
+
   Space& _space;
   bool _failed = false;
   std::int32_t _mostRows = 0;

@@ -255,6 +255,27 @@ TEST_F(DamageTest, AMemoOverridesAnInlineItem) {
   EXPECT_EQ(sizes(c4_Storage(path, 0).GetAs("T[Key:I,Record:B]")), "2 5 2 200 ");
 }
 
+TEST_F(DamageTest, AColumnLongerThanItsValuesIsWrittenAnewWhenItGrows) {
+  // 20 keys of a bit each, in 4 bytes where 3 would do.
+  makeTable({0, 20, 4, 14, 0, 0}, {0xFF, 0xFF, 0x0F, 0x00});
+  {
+    c4_Storage storage(path, 1);
+    c4_View view = storage.GetAs("T[Key:I,Record:B]");
+    ASSERT_EQ(view.GetSize(), 20);
+    c4_Row row;
+    c4_IntProp("Key")(row) = 1;
+    view.Add(row);
+    ASSERT_TRUE(storage.Commit());
+  }
+  EXPECT_EQ(FormatChecker::faultIn(disk[path]), "");
+  c4_Storage storage(path, 0);
+  c4_View view = storage.GetAs("T[Key:I,Record:B]");
+  ASSERT_EQ(view.GetSize(), 21);
+  for (int row = 0; row < 21; ++row) {
+    EXPECT_EQ(c4_IntProp("Key")(view[row]), 1) << "row " << row;
+  }
+}
+
 TEST_F(DamageTest, HoldsMemosAgainstTheRules) {
   struct Case {
     const char* what;

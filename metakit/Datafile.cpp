@@ -325,12 +325,17 @@ int Datafile::startGrowing(std::int32_t limit) {
 }
 
 int Datafile::writeBlocks(const Commit& commit) {
+  File& file = _source->file();
   for (const Commit::Placed& placed : commit.blocks()) {
-    const int error = _source->file().write(_source->base() + placed.block.position, placed.bytes,
-                                            static_cast<std::size_t>(placed.block.size));
+    const int error = file.write(_source->base() + placed.block.position, placed.bytes,
+                                 static_cast<std::size_t>(placed.block.size));
     if (error != 0) {
       return error;
     }
+  }
+  // The tables are to be read from there.
+  if (file.bytes(_source->base(), static_cast<std::size_t>(_space.end() - tailSize)) == nullptr) {
+    return ENOMEM;
   }
   return flush();
 }

@@ -30,7 +30,7 @@ bool EntryReader::packed(WalkReader& walk, std::int32_t rows, PackedEntry& entry
 
 bool EntryReader::wide(WalkReader& walk, std::int32_t rows, Extent& entry) {
   return extent(walk, entry) &&
-         (entry.size == 0 || entry.size == static_cast<std::int64_t>(rows) * 8);
+         (entry.size == 0 || entry.size == static_cast<std::int64_t>(rows) * wideSize);
 }
 
 bool EntryReader::bytes(WalkReader& walk, std::int32_t rows, BytesEntry& entry) {

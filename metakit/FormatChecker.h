@@ -22,9 +22,9 @@ class FormatChecker {
   };
   using Properties = std::vector<Property>;
   struct Block {
-    std::size_t position = 0;
-    std::size_t size = 0;
-    std::size_t end() const { return position + size; }
+    std::uint64_t position = 0;
+    std::uint64_t size = 0;
+    std::uint64_t end() const { return position + size; }
   };
 
   explicit FormatChecker(const std::string& file) : _file(file) {}

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -58,7 +59,8 @@ class MemoryDisk {
   std::size_t failTo = SIZE_MAX;
   /// Whether what fails takes effect all the same.
   bool failsTooLate = false;
-  /// Writes from this one on are taken and not done, as if the power were gone.
+  /// Operations from this one on are gone once the file is closed, as if the process had been
+  /// killed before them.
   std::size_t dropFrom = SIZE_MAX;
   bool readOnly = false;
 
@@ -94,7 +96,11 @@ class MemoryDisk {
     }
     int flush() override { return perform({Kind::Flush, 0, {}}, EIO); }
 
-    void close() override {}
+    void close() override {
+      if (_survives) {
+        *_content = *_survives;
+      }
+    }
 
    private:
     using Kind = Operation::Kind;
@@ -102,7 +108,10 @@ class MemoryDisk {
     int perform(Operation operation, int error) {
       const std::size_t number = _disk.operations.size();
       const bool fails = number >= _disk.failFrom && number < _disk.failTo;
-      operation.done = (!fails || _disk.failsTooLate) && number < _disk.dropFrom;
+      operation.done = !fails || _disk.failsTooLate;
+      if (number >= _disk.dropFrom && !_survives) {
+        _survives = *_content;
+      }
       if (operation.done) {
         operation.applyTo(*_content);
       }
@@ -113,6 +122,7 @@ class MemoryDisk {
     MemoryDisk& _disk;
     std::shared_ptr<std::string> _content;
     bool _writable;
+    std::optional<std::string> _survives;
   };
 
   std::unique_ptr<File> open(const char* path, bool write) {

@@ -40,14 +40,18 @@ void PackedInts::remove(std::int32_t index, std::int32_t count) {
   _bytes.resize(neededBytes(_size, _width));
 }
 
-Bytes PackedInts::packed() {
+int PackedInts::leastWidth() const {
   int least = 0;
   for (std::int32_t i = 0; i < _size && least < _width; ++i) {
     least = std::max(least, packedWidth(at(i)));
   }
+  return least;
+}
+
+Bytes PackedInts::packed() {
+  const int least = leastWidth();
   if (least < _width) {
-    PackedInts narrow(_order);
-    narrow._width = least;
+    PackedInts narrow(_order, least);
     for (std::int32_t i = 0; i < _size; ++i) {
       narrow.append(at(i));
     }
@@ -69,8 +73,7 @@ void PackedInts::widen(int width) {
   if (width <= _width) {
     return;
   }
-  PackedInts wide(_order);
-  wide._width = width;
+  PackedInts wide(_order, width);
   wide._size = _size;
   wide._bytes.resize(neededBytes(_size, width));
   for (std::int32_t i = 0; i < _size; ++i) {

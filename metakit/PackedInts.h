@@ -10,7 +10,8 @@ namespace Metakit {
 /// which grows with the values. Used by one thread at a time; nothing is fatal.
 class PackedInts {
  public:
-  explicit PackedInts(ByteOrder order) : _order(order) {}
+  /// An empty list of values with at least that width.
+  explicit PackedInts(ByteOrder order, int width = 0) : _order(order), _width(width) {}
   /// A copy of a stored column. `column` may be null when `width` is 0.
   PackedInts(const std::uint8_t* column, int width, std::int32_t rows, ByteOrder order);
 
@@ -22,7 +23,11 @@ class PackedInts {
   void append(std::int32_t value);
   void remove(std::int32_t index, std::int32_t count);
 
-  /// The bytes of the column in the least width that holds every value.
+  /// The least width that holds every value.
+  int leastWidth() const;
+  /// The values as they are packed now, without the bytes that tell the width of a short column.
+  const Bytes& bytes() const { return _bytes; }
+  /// The bytes of the column in the least width.
   Bytes packed();
 
  private:
@@ -31,7 +36,6 @@ class PackedInts {
   ByteOrder _order;
   int _width = 0;
   std::int32_t _size = 0;
-  /// Just the bytes that the values need, without those that tell the width of a short column.
   Bytes _bytes;
 };
 

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -82,7 +83,26 @@ bool PosixFile::map(std::uint64_t size) {
   return true;
 }
 
+/// Where the limit does not allow a file that ends at `end`, the system would send a signal that
+/// ends the process.
+int PosixFile::checkLimit(std::int64_t end) {
+  if (end <= _allowed) {
+    return 0;
+  }
+  rlimit limit = {};
+  if (::getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY &&
+      static_cast<std::uint64_t>(end) > limit.rlim_cur) {
+    return EFBIG;
+  }
+  _allowed = end;
+  return 0;
+}
+
 int PosixFile::write(std::int64_t offset, const void* bytes, std::size_t size) {
+  const int error = checkLimit(offset + static_cast<std::int64_t>(size));
+  if (error != 0) {
+    return error;
+  }
   const auto* at = static_cast<const std::uint8_t*>(bytes);
   while (size > 0) {
     const ssize_t written = ::pwrite(_descriptor, at, size, offset);

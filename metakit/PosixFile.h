@@ -11,7 +11,8 @@ namespace Metakit {
 
 /// A file of the operating system. What is written goes through the descriptor, what is read comes
 /// from a mapping, which the system keeps at one with it. Interrupted and short writes are
-/// continued.
+/// continued. A write past the limit that the process has for the size of files is an error and
+/// does not end it.
 class PosixFile : public File {
  public:
   /// A `FileOpener` for the operating system's files. Anything but a regular file is refused.
@@ -38,9 +39,12 @@ class PosixFile : public File {
   PosixFile(int descriptor, bool writable) : _descriptor(descriptor), _writable(writable) {}
 
   bool map(std::uint64_t size);
+  int checkLimit(std::int64_t end);
 
   int _descriptor;
   const bool _writable;
+  /// Up to here the size of files is known not to be limited.
+  std::int64_t _allowed = 0;
   /// The last one is in use; those before it are kept for the bytes given out of them.
   std::vector<Mapping> _mappings;
 };

@@ -39,7 +39,7 @@ std::unique_ptr<Column> Sequence::newColumn(const Field& field) const {
       return std::make_unique<IntColumn>(_source, PackedEntry{}, _rows);
     case 'L':
     case 'D':
-      return std::make_unique<WideColumn>(_source, _rows);
+      return std::make_unique<WideColumn>(_source, Extent{}, _rows);
     case 'V':
       return std::make_unique<ViewColumn>(_source, nestedStructure(field), _rows);
     default:
@@ -80,12 +80,7 @@ const char* Sequence::description() const {
   return _description.c_str();
 }
 
-Column* Sequence::column(const std::string* name, char type) const {
-  for (const Resolved& resolved : _resolved) {
-    if (resolved.name == name && resolved.type == type) {
-      return resolved.column;
-    }
-  }
+Column* Sequence::resolve(const std::string* name, char type) const {
   const int index = _structure->find(*name);
   Column* found = nullptr;
   if (index >= 0 && _structure->fields[static_cast<std::size_t>(index)].type == type) {

@@ -36,7 +36,14 @@ class Sequence {
 
   /// The column of a property; null when there is none of that name and type.
   /// REQUIRES: `name` came from internName().
-  Column* column(const std::string* name, char type) const;
+  Column* column(const std::string* name, char type) const {
+    for (const Resolved& resolved : _resolved) {
+      if (resolved.name == name && resolved.type == type) {
+        return resolved.column;
+      }
+    }
+    return resolve(name, type);
+  }
   /// The same, adding the property to a free-standing table; `rows` describes a view's rows.
   Column* columnToSet(const std::string* name, char type, const Structure* rows = nullptr);
   /// REQUIRES: 0 <= index < number of fields.
@@ -68,6 +75,7 @@ class Sequence {
     Column* column;
   };
 
+  Column* resolve(const std::string* name, char type) const;
   std::unique_ptr<Column> newColumn(const Field& field) const;
   std::unique_ptr<Column> storedColumn(const Field& field, WalkReader& walk) const;
   bool hasViews() const;

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
+#include <tuple>
 
 namespace Metakit {
 
 bool Space::reset(std::int32_t end, std::vector<Extent> used) {
+  _found.clear();
   _gaps.clear();
   _gapsBySize.clear();
   _end = std::max(end, markSize);
@@ -22,29 +24,58 @@ bool Space::reset(std::int32_t end, std::vector<Extent> used) {
       return false;
     }
     if (block.position > free) {
-      addGap(free, block.position - free);
+      _found.push_back({free, block.position - free});
     }
     free = block.position + block.size;
   }
   if (limit > free) {
-    addGap(free, limit - free);
+    _found.push_back({free, limit - free});
   }
   return true;
 }
 
+void Space::index() {
+  for (const Extent& gap : _found) {
+    _gaps.emplace_hint(_gaps.end(), gap.position, gap.size);
+  }
+  std::sort(_found.begin(), _found.end(), [](const Extent& a, const Extent& b) {
+    return std::tie(a.size, a.position) < std::tie(b.size, b.position);
+  });
+  for (const Extent& gap : _found) {
+    _gapsBySize.emplace_hint(_gapsBySize.end(), gap.size, gap.position);
+  }
+  _found = std::vector<Extent>();
+}
+
 bool Space::take(std::int32_t size, Extent& block) {
+  index();
   const auto found = _gapsBySize.lower_bound({size, 0});
   if (found == _gapsBySize.end()) {
     return size <= std::numeric_limits<std::int32_t>::max() - _end && extend(_end + size, block);
   }
-  const auto gap = _gaps.find(found->second);
+  block = takeFrom(_gaps.find(found->second), size);
+  return true;
+}
+
+std::int32_t Space::freeAt(std::int32_t position) {
+  index();
+  const auto gap = _gaps.find(position);
+  return gap != _gaps.end() ? gap->second : 0;
+}
+
+Extent Space::takeAt(std::int32_t position, std::int32_t size) {
+  index();
+  return takeFrom(_gaps.find(position), size);
+}
+
+Extent Space::takeFrom(Gaps::iterator gap, std::int32_t size) {
+  const Extent block = {gap->first, size};
   const std::int32_t left = gap->second - size;
-  block = {gap->first, size};
   removeGap(gap);
   if (left > 0) {
     addGap(block.position + size, left);
   }
-  return true;
+  return block;
 }
 
 bool Space::extend(std::int32_t position, Extent& block) {
@@ -60,6 +91,7 @@ void Space::give(Extent block) {
   if (block.size == 0) {
     return;
   }
+  index();
   const auto next = _gaps.lower_bound(block.position);
   if (next != _gaps.begin()) {
     const auto previous = std::prev(next);
@@ -84,7 +116,7 @@ void Space::addGap(std::int32_t position, std::int32_t size) {
   _gapsBySize.emplace(size, position);
 }
 
-void Space::removeGap(std::map<std::int32_t, std::int32_t>::iterator gap) {
+void Space::removeGap(Gaps::iterator gap) {
   _gapsBySize.erase({gap->second, gap->first});
   _gaps.erase(gap);
 }

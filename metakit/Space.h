@@ -26,6 +26,13 @@ class Space {
   /// file would get longer than 2 GiB.
   bool take(std::int32_t size, Extent& block);
 
+  /// How many bytes are free from `position` on, where a block ends; the end of the file is none.
+  std::int32_t freeAt(std::int32_t position);
+
+  /// Takes the first `size` of the bytes that are free from there on.
+  /// REQUIRES: 0 < size <= freeAt(position).
+  Extent takeAt(std::int32_t position, std::int32_t size);
+
   /// Takes what lies between the end and `position`, which becomes the end. False past 2 GiB.
   bool extend(std::int32_t position, Extent& block);
 
@@ -33,11 +40,19 @@ class Space {
   void give(Extent block);
 
  private:
+  using Gaps = std::map<std::int32_t, std::int32_t>;
+
+  void index();
+  Extent takeFrom(Gaps::iterator gap, std::int32_t size);
   void addGap(std::int32_t position, std::int32_t size);
-  void removeGap(std::map<std::int32_t, std::int32_t>::iterator gap);
+  void removeGap(Gaps::iterator gap);
+
+  /// The gaps of a file that was opened, until the first commit asks for them: who only reads does
+  /// not need more.
+  std::vector<Extent> _found;
 
   /// Size by position; no two gaps touch, and none touches the end.
-  std::map<std::int32_t, std::int32_t> _gaps;
+  Gaps _gaps;
   /// The same as pairs of size and position.
   std::set<std::pair<std::int32_t, std::int32_t>> _gapsBySize;
   std::int32_t _end = 0;

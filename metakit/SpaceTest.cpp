@@ -40,6 +40,21 @@ TEST_F(SpaceTest, FillsTheSmallestGapThatIsLargeEnough) {
   EXPECT_EQ(space.end(), 117);
 }
 
+TEST_F(SpaceTest, GivesTheBytesBehindABlock) {
+  ASSERT_TRUE(space.reset(100, {{10, 10}, {50, 34}}));
+  EXPECT_EQ(space.freeAt(20), 30);
+  EXPECT_EQ(space.freeAt(30), 0) << "within a gap";
+  EXPECT_EQ(space.freeAt(84), 0) << "the tail";
+  const Extent behind = space.takeAt(20, 12);
+  EXPECT_EQ(behind.position, 20);
+  EXPECT_EQ(behind.size, 12);
+  EXPECT_EQ(space.freeAt(32), 18);
+  EXPECT_EQ(take(18), 32);
+  EXPECT_EQ(space.freeAt(32), 0);
+  space.give(behind);
+  EXPECT_EQ(space.freeAt(20), 12);
+}
+
 TEST_F(SpaceTest, KnowsDamageByBlocksThatOverlapOrReachOutside) {
   const std::vector<std::vector<Extent>> damaged = {
       {{10, 10}, {19, 5}}, {{10, 10}, {10, 10}}, {{7, 2}},           {{80, 5}},

@@ -1,0 +1,152 @@
+#include <dlfcn.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <deque>
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "metakit/PosixFile.h"
+#include "metakit/mk4.h"
+#include "tests/support/Child.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+/// What the calls to come give instead of doing all that was asked for: a number of bytes, or an
+/// error below 0.
+std::deque<int>& script() {
+  static std::deque<int> calls;
+  return calls;
+}
+
+int next(int otherwise) {
+  if (script().empty()) {
+    return otherwise;
+  }
+  const int result = script().front();
+  script().pop_front();
+  if (result < 0) {
+    errno = -result;
+    return -1;
+  }
+  return result;
+}
+
+template <class Function>
+Function* original(const char* name) {
+  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+// In place of the C library's.
+
+extern "C" ssize_t pwrite64(int descriptor, const void* bytes, size_t size, off64_t offset) {
+  static auto* const call = original<ssize_t(int, const void*, size_t, off64_t)>("pwrite64");
+  const int part = next(static_cast<int>(size));
+  return part <= 0 ? part : call(descriptor, bytes, static_cast<size_t>(part), offset);
+}
+
+extern "C" int ftruncate64(int descriptor, off64_t length) noexcept {
+  static auto* const call = original<int(int, off64_t)>("ftruncate64");
+  return next(0) < 0 ? -1 : call(descriptor, length);
+}
+
+extern "C" int fdatasync(int descriptor) {
+  static auto* const call = original<int(int)>("fdatasync");
+  return next(0) < 0 ? -1 : call(descriptor);
+}
+
+namespace {
+
+using Metakit::PosixFile;
+
+class PosixFileTest : public ::testing::Test {
+ protected:
+  ~PosixFileTest() override { EXPECT_TRUE(script().empty()) << "calls that were not made"; }
+
+  const TestSupport::TemporaryFolder folder;
+  const std::string path = folder.path("file");
+  const std::unique_ptr<Metakit::File> file = PosixFile::open(path.c_str(), true);
+};
+
+TEST_F(PosixFileTest, ContinuesShortAndInterruptedWrites) {
+  script() = {3, -EINTR, 1, -EINTR, -EINTR, 2};
+  EXPECT_EQ(file->write(2, "abcdefghij", 10), 0);
+  EXPECT_EQ(TestSupport::readFile(path), std::string("\0\0abcdefghij", 12));
+}
+
+TEST_F(PosixFileTest, TellsTheErrorThatEndsAWrite) {
+  script() = {3, -ENOSPC};
+  EXPECT_EQ(file->write(0, "abcdefghij", 10), ENOSPC);
+  script() = {0};
+  EXPECT_EQ(file->write(0, "abcdefghij", 10), EIO) << "no bytes and no error";
+}
+
+TEST_F(PosixFileTest, CutsAndFlushesAgainWhenInterrupted) {
+  ASSERT_EQ(file->write(0, "abcdefghij", 10), 0);
+  script() = {-EINTR, 0};
+  EXPECT_EQ(file->truncate(4), 0);
+  EXPECT_EQ(TestSupport::readFile(path), "abcd");
+  script() = {-EINTR, -EINTR, 0};
+  EXPECT_EQ(file->flush(), 0);
+}
+
+TEST_F(PosixFileTest, TellsErrorsOfCutsAndFlushes) {
+  script() = {-EIO};
+  EXPECT_EQ(file->truncate(4), EIO);
+  script() = {-ENOSPC};
+  EXPECT_EQ(file->flush(), ENOSPC);
+}
+
+TEST_F(PosixFileTest, ALimitOfTheFileSizeIsAnError) {
+  // Without this the system would end the process by a signal.
+  const auto outcome = TestSupport::inChild([&] {
+    const rlimit limit = {5000, 5000};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    const std::string bytes(1000, 'x');
+    for (int i = 0; i < 7; ++i) {
+      std::printf("%d ", file->write(i * 900, bytes.data(), bytes.size()));
+    }
+    std::fflush(stdout);
+  });
+  EXPECT_EQ(outcome.standardOutput,
+            "0 0 0 0 0 " + std::to_string(EFBIG) + ' ' + std::to_string(EFBIG) + ' ');
+}
+
+TEST_F(PosixFileTest, ACommitOverTheLimitFailsAndIsMadeUpFor) {
+  const std::string database = folder.path("file.mk");
+  const auto outcome = TestSupport::inChild([&] {
+    c4_Storage storage(database.c_str(), 1);
+    c4_View view = storage.GetAs("T[Record:B]");
+    const std::string body(3000, 'x');
+    rlimit limit = {5000, RLIM_INFINITY};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = 5000;
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    for (int i = 0; i < 3; ++i) {
+      c4_Row row;
+      c4_BytesProp("Record")(row) = c4_Bytes(body.data(), static_cast<int>(body.size()));
+      view.Add(row);
+      std::printf("%d ", storage.Commit() ? 0 : storage.Strategy()._failure);
+      c4_Storage found(database.c_str(), 0);
+      std::printf("%d ", found.GetAs("T[Record:B]").GetSize());
+    }
+    limit.rlim_cur = limit.rlim_max;
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    std::printf("%d ", storage.Commit() ? 0 : storage.Strategy()._failure);
+    c4_Storage found(database.c_str(), 0);
+    std::printf("%d ", found.GetAs("T[Record:B]").GetSize());
+    std::fflush(stdout);
+  });
+  const std::string failed = std::to_string(EFBIG) + " 1 ";
+  EXPECT_EQ(outcome.standardOutput, "0 1 " + failed + failed + "0 3 ");
+}
+
+}  // namespace
