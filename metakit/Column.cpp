@@ -546,7 +546,7 @@ void ViewColumn::save(Commit& commit, Bytes& walk) {
   commit.leave();
   commit.release(_entry);
   commit.release(_dropped);
-  const Extent entry = commit.place(Bytes(block));
+  const Extent entry = commit.placeWalk(Bytes(block));
   appendExtent(walk, entry);
   commit.whenDone([this, entry, block = std::move(block), parts = std::move(parts)] {
     _entry = entry;

@@ -22,13 +22,17 @@ Commit::~Commit() {
   }
 }
 
-Growable Commit::take(std::int64_t size, std::int32_t slack) {
+Growable Commit::take(std::int64_t size, std::int32_t slack, bool atEnd) {
   if (size == 0 || _failed) {
     return {};
   }
+  constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
+  const auto fits = [&](std::int32_t room) { return size <= most - slack - room; };
+  const auto needed = static_cast<std::int32_t>(size + slack);
   Extent room;
-  if (size > std::numeric_limits<std::int32_t>::max() - slack ||
-      !_space.take(static_cast<std::int32_t>(size) + slack, room)) {
+  const bool found = atEnd ? fits(_space.end()) && _space.extend(_space.end() + needed, room)
+                           : fits(0) && _space.take(needed, room);
+  if (!found) {
     _failed = true;
     return {};
   }
@@ -52,10 +56,11 @@ Extent Commit::place(const std::uint8_t* bytes, std::int64_t size) {
   return block;
 }
 
-Extent Commit::place(Bytes&& bytes) {
-  const Extent block = take(static_cast<std::int64_t>(bytes.size()), 0).block;
+Extent Commit::placeWalk(Bytes&& walk) {
+  const Extent block =
+      take(static_cast<std::int64_t>(walk.size()), 0, _space.end() > _endBefore).block;
   if (block.size > 0) {
-    write(block.position, std::move(bytes));
+    write(block.position, std::move(walk));
   }
   return block;
 }

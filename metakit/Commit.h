@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <utility>
@@ -33,7 +32,7 @@ class Commit {
   };
 
   /// `space` must outlive this object.
-  explicit Commit(Space& space) : _space(space) {}
+  explicit Commit(Space& space) : _space(space), _endBefore(space.end()) {}
   ~Commit();
   Commit(const Commit&) = delete;
   Commit& operator=(const Commit&) = delete;
@@ -42,8 +41,9 @@ class Commit {
   /// over. When there is no room left the commit fails, and so does every further block.
   Extent place(const std::uint8_t* bytes, std::int64_t size);
 
-  /// The same for bytes of which the commit keeps a copy.
-  Extent place(Bytes&& bytes);
+  /// The same for the bytes of a walk, of which the commit keeps a copy. If the file gets longer
+  /// anyway they go to its end, where the tail is written, too: that touches a page less.
+  Extent placeWalk(Bytes&& walk);
 
   /// Gives a block other bytes, elsewhere. One that has to move gets slack in proportion to its
   /// size, so that the cost of moving a block that grows is a constant for each byte.
@@ -64,10 +64,6 @@ class Commit {
   /// There is something that cannot be written.
   void fail() { _failed = true; }
 
-  /// To be told of every table: one of that many rows is written.
-  void noteRows(std::int32_t rows) { _mostRows = std::max(_mostRows, rows); }
-  std::int32_t mostRows() const { return _mostRows; }
-
   /// To be called around the rows of a nested view, which must not nest too deep to be read again.
   void enter() { _failed = ++_depth > maxNesting || _failed; }
   void leave() { --_depth; }
@@ -86,14 +82,14 @@ class Commit {
   std::vector<Extent> finish();
 
  private:
-  /// Takes room for a block and its slack.
-  Growable take(std::int64_t size, std::int32_t slack);
+  /// Takes room for a block and its slack; at the end if that is wanted.
+  Growable take(std::int64_t size, std::int32_t slack, bool atEnd = false);
   /// Has a copy of the bytes written at `position`.
   void write(std::int32_t position, Bytes&& bytes);
 
   Space& _space;
+  const std::int32_t _endBefore;
   bool _failed = false;
-  std::int32_t _mostRows = 0;
   int _depth = 0;
   std::vector<Placed> _placed;
   std::vector<Bytes> _copies;

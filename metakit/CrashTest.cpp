@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <random>
 #include <set>
@@ -99,12 +100,18 @@ struct History {
   std::size_t before;
 };
 
+/// Histories with smaller seeds are chosen to have some of everything.
+constexpr unsigned int firstOfMany = 7;
+
 /// A long history of commits to one file, which is killed or loses its power at every point on the
 /// way: then the file must open at the last commit or at the one in the making, and go on.
 class CrashTest : public ::testing::TestWithParam<History> {
  protected:
   /// Contents that a file may have after a crash.
   using Outcomes = std::set<std::string>;
+
+  /// Not chosen for what happens in it.
+  static bool isOneOfMany() { return GetParam().seed >= firstOfMany; }
 
   void liveThrough(unsigned int sessions, bool errors) {
     for (unsigned int session = 0; session < sessions && !HasFatalFailure(); ++session) {
@@ -282,14 +289,14 @@ class CrashTest : public ::testing::TestWithParam<History> {
 
 TEST_P(CrashTest, LeavesTheLastCommitOrTheNext) {
   liveThrough(12, false);
-  EXPECT_GT(grown, 3U);
-  EXPECT_GT(inPlace, 3U);
+  EXPECT_GT(grown + inPlace, 8U);
+  EXPECT_TRUE(isOneOfMany() || (grown > 3 && inPlace > 3));
 }
 
 TEST_P(CrashTest, LeavesTheLastCommitOrTheNextAlsoAfterErrors) {
   liveThrough(12, true);
   EXPECT_GT(grown + inPlace, 8U);
-  EXPECT_GT(failed, 2U);
+  EXPECT_TRUE(isOneOfMany() || failed > 2);
 }
 
 TEST_P(CrashTest, ALongSessionLeavesTheSameContentsAsManyShortOnes) {
@@ -310,8 +317,19 @@ TEST_P(CrashTest, ALongSessionLeavesTheSameContentsAsManyShortOnes) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Histories, CrashTest,
-                         ::testing::Values(History{1, 0}, History{2, 0}, History{3, 0},
-                                           History{4, 0}, History{5, 1000}, History{6, 7}));
+/// Some that are always the same; in a soak many more, other ones for each of its seeds.
+std::vector<History> histories() {
+  std::vector<History> all = {{1, 0}, {2, 0}, {3, 0}, {4, 0}, {5, 1000}, {6, 7}};
+  if (const char* seed = std::getenv("SOAK_SEED")) {
+    const auto first =
+        static_cast<unsigned int>(std::strtoul(seed, nullptr, 10)) * 100 + firstOfMany;
+    for (unsigned int i = 0; i < 100; ++i) {
+      all.push_back({first + i, i % 3 == 0 ? i : 0});
+    }
+  }
+  return all;
+}
+
+INSTANTIATE_TEST_SUITE_P(Histories, CrashTest, ::testing::ValuesIn(histories()));
 
 }  // namespace

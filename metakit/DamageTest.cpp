@@ -230,6 +230,20 @@ TEST_F(DamageTest, HoldsRowsThatTakeNoBytesAgainstALimit) {
   EXPECT_FALSE(isDamaged());
 }
 
+TEST_F(DamageTest, HoldsNestedTablesThatTakeNoBytesAgainstALimit) {
+  // 2^17 tables and columns: the table of the view and its column, and so for each of its rows.
+  constexpr std::int32_t most = (1 << 16) - 1;
+  for (const std::int32_t rows : {most, most + 1}) {
+    Bytes table = {0x80};
+    appendInteger(table, rows);
+    appendInteger(table, 0);
+    make("T[rows[Key:I]]", {1, static_cast<std::int32_t>(table.size()), 8}, table);
+    EXPECT_EQ(isDamaged(), rows > most) << rows;
+    EXPECT_EQ(FormatChecker::faultIn(disk[path]),
+              rows > most ? "tables are not larger than may be" : "");
+  }
+}
+
 TEST_F(DamageTest, AMemoOverridesAnInlineItem) {
   const c4_IntProp key("Key");
   const c4_BytesProp record("Record");

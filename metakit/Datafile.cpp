@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
+#include <map>
 #include <string>
 #include <utility>
 
@@ -208,7 +209,7 @@ int Datafile::commit() {
   if (grows) {
     commit.fillUpTo(end);
   }
-  if (commit.failed() || commit.mostRows() > mostRows(end - tailSize)) {
+  if (commit.failed() || !canBeRead(commit, end - tailSize)) {
     return EFBIG;
   }
   const int error = write(commit, rootWalk, grows, end - tailSize);
@@ -243,7 +244,25 @@ Extent Datafile::placeAll(Commit& commit) {
     commit.fail();
   }
   commit.release(_rootWalk);
-  return commit.place(std::move(walk));
+  return commit.placeWalk(std::move(walk));
+}
+
+/// Whether a file whose blocks end at `limit` may hold what the commit is to write.
+bool Datafile::canBeRead(const Commit& commit, std::int32_t limit) const {
+  std::map<std::int32_t, const std::uint8_t*> placed;
+  for (const Commit::Placed& block : commit.blocks()) {
+    placed.emplace(block.block.position, block.bytes);
+  }
+  const auto bytes = [&](Extent block) {
+    const auto found = placed.find(block.position);
+    return found != placed.end() ? found->second : _source->bytes(block);
+  };
+  const Commit::Placed& root = commit.blocks().back();
+  WalkReader walk(root.bytes, root.block.size);
+  walk.integer();
+  walk.text(walk.count());
+  return _root->structure().countFields() <= maxFields &&
+         Tally().addAll(walk, _root->structure(), limit, bytes);
 }
 
 int Datafile::write(const Commit& commit, Extent rootWalk, bool grows, std::int32_t limit) {

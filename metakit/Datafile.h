@@ -54,6 +54,7 @@ class Datafile {
   void startEmpty();
 
   Extent placeAll(Commit& commit);
+  bool canBeRead(const Commit& commit, std::int32_t limit) const;
   int write(const Commit& commit, Extent rootWalk, bool grows, std::int32_t limit);
   int settle();
   int startGrowing(std::int32_t limit);

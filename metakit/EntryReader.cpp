@@ -2,6 +2,47 @@
 
 namespace Metakit {
 
+bool Tally::add(std::int64_t tables, std::int32_t rows, const Structure& structure,
+                std::int32_t limit) {
+  const auto columns = static_cast<std::int64_t>(structure.fields.size());
+  _columns += tables * (columns + 1);
+  _cells += tables * rows * std::max<std::int64_t>(columns, 1);
+  return _columns <= mostColumns(limit) && _cells <= mostCells(limit);
+}
+
+bool Tally::addAll(WalkReader& walk, const Structure& structure, std::int32_t limit,
+                   const BlockReader& bytes, bool isRoot) {
+  const auto extent = [&walk] {
+    Extent block;
+    block.size = walk.count();
+    block.position = block.size > 0 ? walk.count() : 0;
+    return block;
+  };
+  const std::int32_t rows = walk.count();
+  bool fits = isRoot || add(1, rows, structure, limit);
+  for (const Field& field : structure.fields) {
+    if (rows == 0 || !fits) {
+      break;
+    }
+    const Extent block = extent();
+    if (field.type == 'B' || field.type == 'S') {
+      // Sizes and memos.
+      for (int left = block.size > 0 ? 2 : 1; left > 0; --left) {
+        extent();
+      }
+    } else if (field.type == 'V' && block.size == 0) {
+      fits = add(rows, 0, *field.rows, limit);
+    } else if (field.type == 'V') {
+      WalkReader nested(bytes(block), block.size);
+      for (std::int32_t row = 0; row < rows && fits; ++row) {
+        nested.integer();
+        fits = addAll(nested, *field.rows, limit, bytes, false);
+      }
+    }
+  }
+  return fits;
+}
+
 bool EntryReader::extent(WalkReader& walk, Extent& block) {
   block = {};
   block.size = walk.count();
@@ -87,8 +128,11 @@ bool EntryReader::view(WalkReader& walk, std::int32_t rows, const Structure& str
   if (!extent(walk, entry)) {
     return false;
   }
-  if (entry.size == 0 || _used == nullptr) {
+  if (_used == nullptr) {
     return true;
+  }
+  if (entry.size == 0) {
+    return _tally.add(rows, 0, structure, _source.limit());
   }
   const std::uint8_t* bytes = _source.bytes(entry);
   if (bytes == nullptr || depth >= maxNesting) {
@@ -109,7 +153,8 @@ bool EntryReader::sequence(WalkReader& walk, const Structure& structure, int dep
 
 bool EntryReader::rows(WalkReader& walk, const Structure& structure, int depth) {
   const std::int32_t rows = walk.count();
-  if (walk.failed() || rows > mostRows(_source.limit())) {
+  if (walk.failed() ||
+      (_used != nullptr && depth > 0 && !_tally.add(1, rows, structure, _source.limit()))) {
     return false;
   }
   if (rows == 0) {

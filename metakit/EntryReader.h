@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "metakit/Codec.h"
@@ -27,6 +29,37 @@ struct BytesEntry {
 struct Memo {
   std::int32_t row;
   Extent block;
+};
+
+/// How much the tables of a file come to, whether it takes bytes or not: what is 0 or empty takes
+/// none, and a few bytes could claim more than anybody can read. Counted over the whole file.
+class Tally {
+ public:
+  /// The bytes of a block that nested rows stand in.
+  using BlockReader = std::function<const std::uint8_t*(Extent)>;
+
+  /// Counts `tables` tables of `rows` rows each. False when a file whose blocks end at `limit` may
+  /// not hold that much: more than mostCells() cells, or more than mostColumns() tables and
+  /// columns.
+  bool add(std::int64_t tables, std::int32_t rows, const Structure& structure, std::int32_t limit);
+
+  /// Counts all tables below the rows with which a sound walk goes on; the root itself does not
+  /// count.
+  bool addAll(WalkReader& walk, const Structure& structure, std::int32_t limit,
+              const BlockReader& bytes, bool isRoot = true);
+
+  static constexpr std::int64_t mostCells(std::int32_t limit) {
+    return std::max<std::int64_t>(1 << 21, std::int64_t{2} * limit);
+  }
+  static constexpr std::int64_t mostColumns(std::int32_t limit) {
+    return std::max<std::int64_t>(1 << 17, limit / 8);
+  }
+
+ private:
+  /// A row of a table without columns counts as one.
+  std::int64_t _cells = 0;
+  /// Each table counts as one more: that is what it takes in memory.
+  std::int64_t _columns = 0;
 };
 
 /// Reads the entries of walks and holds each number against what it stands for: blocks lie within
@@ -67,6 +100,7 @@ class EntryReader {
   std::vector<Extent>* const _used = nullptr;
   /// Bytes of all blocks met; more than the file has means that blocks overlap.
   std::int64_t _total = 0;
+  Tally _tally;
 };
 
 }  // namespace Metakit

@@ -2,10 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
+#include <set>
 
 namespace Metakit {
 
 namespace {
+
+constexpr int mostNesting = 32;
+constexpr std::size_t mostProperties = 16384;
 
 /// Bytes that a packed column takes.
 std::size_t packedBytes(std::size_t rows, int width) {
@@ -34,7 +39,7 @@ std::string FormatChecker::faultIn(const std::string& file) {
   return checker._fault;
 }
 
-bool FormatChecker::require(bool holds, const std::string& rule) {
+bool FormatChecker::require(bool holds, const char* rule) {
   if (!holds && _fault.empty()) {
     _fault = rule;
   }
@@ -78,6 +83,9 @@ void FormatChecker::file() {
   const Properties views = properties(description, at);
   require(at == description.size(), "the description is well-formed");
   require(integer(walk) == 1, "the root has one row");
+  if (!_fault.empty()) {
+    return;
+  }
   columns(walk, views, 1);
   require(walk.size == 0, "the root walk is used up");
   overlaps();
@@ -91,42 +99,66 @@ void FormatChecker::overlaps() {
   }
 }
 
-FormatChecker::Properties FormatChecker::properties(const std::string& description,
-                                                    std::size_t& at) {
+FormatChecker::Properties FormatChecker::properties(const std::string& description, std::size_t& at,
+                                                    int depth) {
   const auto take = [&](const std::string& text) {
     const bool stands = at <= description.size() && description.compare(at, text.size(), text) == 0;
     at += stands ? text.size() : 0;
     return stands;
   };
   Properties list;
-  while (at < description.size() && description[at] != ']') {
+  std::set<std::string> names;
+  if (!require(depth <= mostNesting, "views nest 32 deep") || at == description.size() ||
+      description[at] == ']') {
+    return list;
+  }
+  do {
     Property one;
-    at = std::min(description.find_first_of(":[,]", at), description.size());
-    if (take("[^]")) {
+    const std::size_t end = std::min(description.find_first_of(":[,]", at), description.size());
+    std::string name = description.substr(at, end - at);
+    std::transform(name.begin(), name.end(), name.begin(),
+                   [](unsigned char c) { return c < 0x80 ? std::tolower(c) : c; });
+    at = end;
+    if (take("[^")) {
       one.type = 'V';
       one.isRecursive = true;
+      require(take("]"), "brackets are closed");
     } else if (take("[")) {
       one.type = 'V';
-      one.rows = properties(description, at);
+      one.rows = properties(description, at, depth + 1);
       require(take("]"), "brackets are closed");
     } else if (take(":")) {
       one.type = at < description.size() ? description[at++] : '\0';
+      require(std::string("ILFDBS").find(one.type) != std::string::npos, "types are known");
     }
-    list.push_back(one);
-    take(",");
-  }
+    require(++_properties <= mostProperties, "there are at most 16384 properties");
+    // Of two with one name the first counts.
+    if (names.insert(name).second) {
+      list.push_back(std::move(one));
+    }
+  } while (_fault.empty() && take(","));
   return list;
 }
 
-void FormatChecker::sequence(Block& walk, const Properties& properties) {
+bool FormatChecker::count(std::size_t tables, std::size_t rows, const Properties& properties) {
+  const std::size_t blocks = _file.size() - 16;
+  _columns += tables * (properties.size() + 1);
+  _cells += tables * rows * std::max<std::size_t>(properties.size(), 1);
+  return require(_columns <= std::max<std::size_t>(131072, blocks / 8) &&
+                     _cells <= std::max<std::size_t>(2097152, blocks * 2),
+                 "tables are not larger than may be");
+}
+
+void FormatChecker::sequence(Block& walk, const Properties& properties, int depth) {
   require(integer(walk) == 0, "a sequence begins with 0");
   const auto rows = static_cast<std::size_t>(integer(walk));
-  if (rows > 0 && _fault.empty()) {
-    columns(walk, properties, rows);
+  if (_fault.empty() && count(1, rows, properties) && rows > 0) {
+    columns(walk, properties, rows, depth);
   }
 }
 
-void FormatChecker::columns(Block& walk, const Properties& properties, std::size_t rows) {
+void FormatChecker::columns(Block& walk, const Properties& properties, std::size_t rows,
+                            int depth) {
   for (const Property& property : properties) {
     switch (property.type) {
       case 'I':
@@ -143,8 +175,14 @@ void FormatChecker::columns(Block& walk, const Properties& properties, std::size
         break;
       case 'V': {
         Block nested = entry(walk);
+        const Properties& below = property.isRecursive ? properties : property.rows;
+        if (nested.size == 0) {
+          count(rows, 0, below);
+          break;
+        }
+        require(depth < mostNesting, "views nest 32 deep");
         for (std::size_t row = 0; row < rows && _fault.empty(); ++row) {
-          sequence(nested, property.isRecursive ? properties : property.rows);
+          sequence(nested, below, depth + 1);
         }
         require(nested.size == 0, "a view's block is used up");
         break;
@@ -227,7 +265,8 @@ FormatChecker::Block FormatChecker::entry(Block& walk) {
     return {};
   }
   _blocks.push_back(block);
-  return block;
+  _total += block.size;
+  return require(_total <= _file.size(), "no blocks overlap") ? block : Block{};
 }
 
 /// 0 behind a fault. No walk of a sound file has a negative one.

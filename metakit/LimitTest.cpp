@@ -130,4 +130,26 @@ TEST(LimitTest, ARootWalkHas24Bits) {
   EXPECT_EQ(again.GetAs(description).GetSize(), 3);
 }
 
+TEST(LimitTest, ADescriptionNamesSoManyPropertiesAndNoMore) {
+  MemoryDisk disk;
+  const auto properties = [](int count) {
+    std::string text = "p0:I";
+    for (int i = 1; i < count; ++i) {
+      text += ",p" + std::to_string(i) + ":I";
+    }
+    return text;
+  };
+  c4_Storage storage("file", 1);
+  storage.GetAs(("A[" + properties(8191) + ']').c_str());
+  storage.GetAs(("B[" + properties(8191) + ']').c_str());
+  EXPECT_TRUE(storage.Commit());
+  EXPECT_TRUE(c4_Storage("file", 0).Strategy().IsValid());
+  storage.GetAs("C[Key:I]");
+  EXPECT_FALSE(storage.Commit());
+  EXPECT_EQ(storage.Strategy()._failure, EFBIG);
+  c4_Storage again("file", 0);
+  EXPECT_TRUE(again.Strategy().IsValid());
+  EXPECT_EQ(again.Description("C"), nullptr);
+}
+
 }  // namespace

@@ -83,7 +83,7 @@ TEST_F(PlacementTest, ACommitThatIsGivenUpGivesEverythingBack) {
     Commit commit(space);
     commit.append(block, old.data(), bytes(8));
     commit.replace({}, bytes(20));
-    commit.place(bytes(10));
+    commit.placeWalk(bytes(10));
     commit.fillUpTo(1200);
   }
   EXPECT_EQ(space.freeAt(140), 760);
@@ -96,6 +96,17 @@ TEST_F(PlacementTest, BytesThatCannotBeReadAreNotMoved) {
   Commit commit(space);
   commit.append(block, nullptr, bytes(8));
   EXPECT_TRUE(commit.failed());
+}
+
+TEST_F(PlacementTest, WalksFollowWhatMakesTheFileLonger) {
+  Commit commit(space);
+  EXPECT_EQ(commit.placeWalk(bytes(10)).position, 8) << "there is room";
+  const Bytes body = bytes(2000);
+  EXPECT_EQ(commit.place(body.data(), 2000).position, 1000);
+  EXPECT_EQ(commit.placeWalk(bytes(10)).position, 3000);
+  EXPECT_EQ(commit.placeWalk(bytes(20)).position, 3010);
+  EXPECT_EQ(commit.placeWalk({}).size, 0);
+  EXPECT_FALSE(commit.failed());
 }
 
 TEST_F(PlacementTest, WritesTheLastBytesAgain) {

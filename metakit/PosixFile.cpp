@@ -39,7 +39,7 @@ std::unique_ptr<File> PosixFile::open(const char* path, bool write) {
     ::close(descriptor);
     return nullptr;
   }
-  return std::unique_ptr<File>(new PosixFile(descriptor, writable));
+  return std::unique_ptr<File>(new PosixFile(descriptor, writable, status.st_size));
 }
 
 PosixFile::~PosixFile() {
@@ -49,11 +49,6 @@ PosixFile::~PosixFile() {
   for (const Mapping& mapping : _mappings) {
     ::munmap(mapping.start, mapping.size);
   }
-}
-
-std::int64_t PosixFile::length() const {
-  struct stat status = {};
-  return ::fstat(_descriptor, &status) == 0 ? status.st_size : 0;
 }
 
 const std::uint8_t* PosixFile::bytes(std::int64_t offset, std::size_t size) {
@@ -116,6 +111,7 @@ int PosixFile::write(std::int64_t offset, const void* bytes, std::size_t size) {
       at += written;
       offset += written;
       size -= static_cast<std::size_t>(written);
+      _length = std::max(_length, offset);
     }
   }
   return 0;
@@ -127,6 +123,7 @@ int PosixFile::truncate(std::int64_t length) {
       return errno;
     }
   }
+  _length = length;
   return 0;
 }
 
@@ -142,9 +139,8 @@ int PosixFile::flush() {
 void PosixFile::close() {
   if (_descriptor >= 0) {
     // What was written since the last mapping may be asked for later.
-    const std::int64_t size = length();
-    if (size > 0) {
-      bytes(0, static_cast<std::size_t>(size));
+    if (_length > 0) {
+      bytes(0, static_cast<std::size_t>(_length));
     }
     ::close(_descriptor);
     _descriptor = -1;

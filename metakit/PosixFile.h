@@ -22,7 +22,7 @@ class PosixFile : public File {
   PosixFile(const PosixFile&) = delete;
   PosixFile& operator=(const PosixFile&) = delete;
 
-  std::int64_t length() const override;
+  std::int64_t length() const override { return _length; }
   bool writable() const override { return _writable; }
   const std::uint8_t* bytes(std::int64_t offset, std::size_t size) override;
   int write(std::int64_t offset, const void* bytes, std::size_t size) override;
@@ -36,13 +36,15 @@ class PosixFile : public File {
     std::size_t size;
   };
 
-  PosixFile(int descriptor, bool writable) : _descriptor(descriptor), _writable(writable) {}
+  PosixFile(int descriptor, bool writable, std::int64_t length)
+      : _descriptor(descriptor), _writable(writable), _length(length) {}
 
   bool map(std::uint64_t size);
   int checkLimit(std::int64_t end);
 
   int _descriptor;
   const bool _writable;
+  std::int64_t _length;
   /// Up to here the size of files is known not to be limited.
   std::int64_t _allowed = 0;
   /// The last one is in use; those before it are kept for the bytes given out of them.

@@ -221,7 +221,6 @@ bool Sequence::changed() const {
 
 void Sequence::save(Commit& commit, Bytes& walk) {
   appendInteger(walk, _rows);
-  commit.noteRows(_rows);
   std::vector<Extent> superfluous;
   if (_rows > 0) {
     superfluous = _dropped;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -10,12 +9,6 @@
 #include "metakit/File.h"
 
 namespace Metakit {
-
-/// Rows that a table in a file of that size may have: every column takes a bit for a row at least,
-/// unless all its values are 0 or empty; tables of such columns alone are bounded, too.
-constexpr std::int64_t mostRows(std::int32_t fileSize) {
-  return std::max<std::int64_t>(1 << 20, std::int64_t{8} * fileSize);
-}
 
 /// Where the stored blocks of a datafile are read from: its file, where it starts there, and how
 /// far the last commit reaches. Shared by all columns of the datafile, so that a view can be read

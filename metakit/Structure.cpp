@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <mutex>
+#include <numeric>
 #include <unordered_set>
 #include <utility>
 
@@ -43,7 +44,7 @@ class Parser {
     }
     do {
       Field one;
-      if (!field(one, structure, depth)) {
+      if (++_fields > maxFields || !field(one, structure, depth)) {
         return false;
       }
       if (names.insert(lower(one.name)).second) {
@@ -96,6 +97,7 @@ class Parser {
 
   std::string_view _text;
   std::size_t _at = 0;
+  int _fields = 0;
 };
 
 }  // namespace
@@ -125,6 +127,12 @@ std::string Field::description() const {
     return name + ':' + type;
   }
   return name + '[' + (isRecursive() ? "^" : rows->description()) + ']';
+}
+
+int Structure::countFields() const {
+  return std::accumulate(fields.begin(), fields.end(), 0, [](int sum, const Field& field) {
+    return sum + 1 + (field.ownRows != nullptr ? field.ownRows->countFields() : 0);
+  });
 }
 
 std::unique_ptr<Structure> Structure::clone() const {

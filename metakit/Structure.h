@@ -13,6 +13,9 @@ struct Field;
 /// How deep views may nest, in a description as in the rows of a recursive view.
 constexpr int maxNesting = 32;
 
+/// How many properties a description may have, nested ones included.
+constexpr int maxFields = 1 << 14;
+
 /// The properties of a view, in order: what a description such as "Key:I,Record:B" says.
 /// A structure is built once and then only read, by any thread.
 struct Structure {
@@ -23,6 +26,9 @@ struct Structure {
 
   /// The description of the fields: "name:T" or "name[...]", separated by commas.
   std::string description() const;
+
+  /// How many fields there are, those of nested rows included.
+  int countFields() const;
 
   std::unique_ptr<Structure> clone() const;
 
@@ -45,8 +51,8 @@ struct Field {
   bool isSameAs(const Field& other) const;
 };
 
-/// Reads a description; null when it is malformed or nests too deep. Of two fields with one name in
-/// a view the first one counts, the other is left out.
+/// Reads a description; null when it is malformed, nests too deep or has too many properties. Of
+/// two fields with one name in a view the first one counts, the other is left out.
 std::unique_ptr<Structure> parseStructure(std::string_view description);
 
 /// Whether two names are one, letter case aside.

@@ -87,4 +87,13 @@ TEST(StructureTest, NamesAreOneWhateverTheirCase) {
   EXPECT_NE(internName("StructureTestName2"), name);
 }
 
+TEST(StructureTest, HasALimitedNumberOfProperties) {
+  std::string most = "f1";
+  for (int i = 2; i <= Metakit::maxFields; ++i) {
+    most += ",f" + std::to_string(i);
+  }
+  EXPECT_NE(Metakit::parseStructure(most), nullptr);
+  EXPECT_EQ(Metakit::parseStructure(most + ",v[a]"), nullptr);
+}
+
 }  // namespace
