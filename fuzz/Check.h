@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace Fuzz {
+
+/// Ends the process with `rule`, which a fuzzer takes for a finding, unless it holds.
+inline void check(bool holds, const char* rule) {
+  if (!holds) {
+    std::fprintf(stderr, "broken: %s\n", rule);
+    std::abort();
+  }
+}
+
+}  // namespace Fuzz
