@@ -65,9 +65,15 @@ void readCommandLine(int argc, char* argv[]) {
   convertedDatabaseFileName = argv[optind + 2];
   convertedDatabaseVersionName = argv[optind + 3];
 
-  struct stat ignored = {};
-  if (::stat(originalDatabaseFileName, &ignored) != 0) {
+  struct stat original = {};
+  if (::stat(originalDatabaseFileName, &original) != 0) {
     exitWithAccessError("INFILE", originalDatabaseFileName, errno, argv);
+  }
+  // The history would be gone with it.
+  struct stat converted = {};
+  if (::stat(convertedDatabaseFileName, &converted) == 0 && converted.st_dev == original.st_dev &&
+      converted.st_ino == original.st_ino) {
+    exitWithAccessError("OUTFILE", convertedDatabaseFileName, EINVAL, argv);
   }
   // A conversion starts from a fresh file.
   if (::unlink(convertedDatabaseFileName) != 0 && errno != ENOENT) {

@@ -9,6 +9,7 @@
 #include "persist/history/Schema1Zone.h"
 #include "tool/Servers.h"
 #include "tool/Settings.h"
+#include "tool/StoreCheck.h"
 #include "tool/Threads.h"
 
 namespace {
@@ -22,11 +23,15 @@ struct DbMemory {
 
 void convertFromSchema0ToSchema1() {
   using Pvn::Database::Metakit::Persist::Service;
+  checkName("INFILE", originalDatabaseFileName);
+  checkName("OUTFILE", convertedDatabaseFileName);
   auto* originalService = new Service(databaseServer, originalDatabaseFileName);
   auto* convertedService = new Service(databaseServer, convertedDatabaseFileName);
   startThread(databaseServer, "databaseServer");
   originalService->open();
+  checkOpened(*originalService, "INFILE", originalDatabaseFileName);
   convertedService->open();
+  checkOpened(*convertedService, "OUTFILE", convertedDatabaseFileName);
   DbMemory originalMemory;
   DbMemory convertedMemory;
   Pvn::Database::Db::Api* original =
@@ -35,6 +40,7 @@ void convertFromSchema0ToSchema1() {
       convertedService->create("converted", convertedMemory.bytes, sizeof convertedMemory);
   Torma::Quillet::Persist::History::Schema1::Family::Kiv::convertSchema0(*original, *converted);
   convertedService->commit();
+  checkWritten(*convertedService, "OUTFILE", convertedDatabaseFileName);
 }
 
 namespace Torma::Quillet::Persist::History::Schema1::Family::Kiv {

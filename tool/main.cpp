@@ -1,10 +1,12 @@
 #include <unistd.h>
 
 #include "tool/CommandLine.h"
+#include "tool/Faults.h"
 #include "tool/Servers.h"
 #include "tool/Threads.h"
 
 int main(int argc, char* argv[]) {
+  reportFaults();
   readCommandLine(argc, argv);
   startThread(creator, "creator");
   // The process ends from the creator's thread.

@@ -72,6 +72,14 @@ class Service : public Pvn::Database::Store::Api,
   Rtk::SAP<Rtk::OpenReqApi>& getOpenSAP() { return getRtkOpenSAP(); }
   Rtk::SAP<Rtk::CloseReqApi>& getCloseSAP() { return getRtkCloseSAP(); }
 
+  /// Whether the store is open, and its file sound: a damaged file, one that is no datafile and one
+  /// that cannot be opened act as an empty store that is never written. Any thread, once no request
+  /// is on its way.
+  bool isSound() const { return _storage != nullptr && _storage->Strategy().IsValid(); }
+  /// 0, or the C library's number of the error that kept the last commit from the file. Any thread,
+  /// once no request is on its way. REQUIRES: the store is open.
+  int getCommitError() const { return _storage->Strategy()._failure; }
+
   /// The storage, for the tables; null while closed. Server thread only.
   c4_Storage* getStorage() { return _storage; }
 

@@ -1,11 +1,14 @@
 #include "database/metakit/Service.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <optional>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -122,6 +125,38 @@ TEST_F(ServiceTest, NeitherOpenNorCommitReportsAFailure) {
   EXPECT_NE(unwritable.getStorage(), nullptr);
   EXPECT_EQ(error([&] { unwritable.commit(); }), "");
   EXPECT_EQ(rowsAtSyncs.size(), 1U);
+}
+
+TEST_F(ServiceTest, TellsWhenAskedWhetherItsFileIsSound) {
+  EXPECT_FALSE(service.isSound()) << "closed";
+  open();
+  EXPECT_TRUE(service.isSound()) << "a new one";
+  addRow();
+  service.commit();
+  EXPECT_EQ(service.getCommitError(), 0);
+  close();
+  EXPECT_FALSE(service.isSound());
+  std::filesystem::resize_file(path, 10);
+  open();
+  EXPECT_FALSE(service.isSound()) << "damaged";
+}
+
+TEST_F(ServiceTest, TellsWhenAskedWhatKeptACommitFromTheFile) {
+  putRows(path, "Table", {{7, "seven"}});
+  open();
+  addRow();
+  rlimit limit = {};
+  ::getrlimit(RLIMIT_FSIZE, &limit);
+  const rlim_t before = std::exchange(limit.rlim_cur, 100);
+  ::setrlimit(RLIMIT_FSIZE, &limit);
+  service.commit();
+  limit.rlim_cur = before;
+  ::setrlimit(RLIMIT_FSIZE, &limit);
+  EXPECT_EQ(service.getCommitError(), EFBIG);
+  EXPECT_EQ(rowsInFile().size(), 1U);
+  service.commit();
+  EXPECT_EQ(service.getCommitError(), 0);
+  EXPECT_EQ(rowsInFile().size(), 2U);
 }
 
 TEST_F(ServiceTest, CopiesTheFileName) {
