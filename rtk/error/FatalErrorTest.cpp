@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -66,6 +67,13 @@ void crashQuietly() {
   const rlimit none = {0, 0};
   ::setrlimit(RLIMIT_CORE, &none);
   std::signal(SIGSEGV, SIG_DFL);
+}
+
+/// What the emulator tells of a crash, where there is one.
+std::string reportOfCrash() {
+  return TestSupport::emulated()
+             ? "qemu: uncaught target signal 11 (Segmentation fault) - core dumped\n"
+             : "";
 }
 
 TEST(FatalErrorDeathTest, WritesRawRecordsFromAnyThread) {
@@ -189,6 +197,30 @@ TEST(FatalErrorDeathTest, PrintsTheCallStackOnStandardOutputWhenSwitchedOn) {
   EXPECT_NE(outcome.standardOutput.find("[0x"), std::string::npos) << outcome;
 }
 
+/// `depth` calls, and then the end with a call stack. Through a pointer and not as the last thing,
+/// so that no compiler makes a loop of them.
+void endBelow(int depth);
+void (*volatile call)(int) = endBelow;
+
+void endBelow(int depth) {
+  if (depth == 0) {
+    FatalError::exit(3);
+  }
+  call(depth - 1);
+  std::fputs("never here", stderr);
+}
+
+TEST(FatalErrorDeathTest, PrintsEveryCallOfTheStack) {
+  const auto lines = [](int depth) {
+    const Outcome outcome = inChild([depth] {
+      FatalError::forceBacktraceOnExit();
+      endBelow(depth);
+    });
+    return std::count(outcome.standardOutput.begin(), outcome.standardOutput.end(), '\n');
+  };
+  EXPECT_EQ(lines(30), lines(10) + 20);
+}
+
 TEST(FatalErrorDeathTest, PrintsTheCallStackAfterTheRecord) {
   const Outcome outcome = inChild([] {
     ASSERT_GE(::dup2(STDERR_FILENO, STDOUT_FILENO), 0);
@@ -226,7 +258,7 @@ TEST(FatalErrorDeathTest, CrashesInsteadOfExitingWhenSwitchedOn) {
     FatalError::forceCoreDumpOnExit();
     FatalError::logRawAndExit("x");
   });
-  EXPECT_EQ(outcome, (Outcome{crashed, "", "@@ FATAL ERROR: x.\n"}));
+  EXPECT_EQ(outcome, (Outcome{crashed, "", "@@ FATAL ERROR: x.\n" + reportOfCrash()}));
 }
 
 TEST(FatalErrorDeathTest, PrintsTheCallStackBeforeItCrashes) {
@@ -237,7 +269,7 @@ TEST(FatalErrorDeathTest, PrintsTheCallStackBeforeItCrashes) {
     FatalError::exit(1);
   });
   EXPECT_EQ(outcome.status, crashed);
-  EXPECT_EQ(outcome.standardError, "");
+  EXPECT_EQ(outcome.standardError, reportOfCrash());
   EXPECT_NE(outcome.standardOutput.find("[0x"), std::string::npos) << outcome;
 }
 

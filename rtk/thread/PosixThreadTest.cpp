@@ -184,7 +184,8 @@ TEST_F(PosixThreadDeathTest, IgnoresWhatTheMakingOfTheKeyReports) {
 TEST_F(PosixThreadDeathTest, CountsFromZeroOnceTheThreadIsScheduled) {
   const Outcome outcome = inChild([] {
     alignas(PosixThread) static char memory[sizeof(PosixThread)];
-    auto* const thread = reinterpret_cast<PosixThread*>(memory);
+    void* const place = memory;
+    auto* const thread = static_cast<PosixThread*>(place);
     Body body;
     RecordedCalls calls;
     calls.before("pthread_setschedparam", [thread] { std::printf("%u", number(*thread)); });
@@ -296,7 +297,8 @@ TEST_F(PosixThreadTest, HasTheIdThatTheKernelGives) {
 TEST_F(PosixThreadTest, HasNoIdHandleOrNumberBeforeItStarts) {
   alignas(PosixThread) char memory[sizeof(PosixThread)];
   std::memset(memory, 0xFF, sizeof(memory));
-  auto* const unborn = reinterpret_cast<PosixThread*>(memory);
+  void* const place = memory;
+  auto* const unborn = static_cast<PosixThread*>(place);
   Body body;
   RecordedCalls calls;
   std::string before;

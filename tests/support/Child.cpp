@@ -6,7 +6,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <ostream>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
@@ -67,18 +69,27 @@ Outcome inChild(const std::function<void()>& body) {
   return outcome;
 }
 
+void execute(const std::vector<std::string>& arguments, const std::string& under) {
+  std::istringstream words(under + ' ' + TEST_EMULATOR);
+  std::vector<std::string> all{std::istream_iterator<std::string>(words), {}};
+  all.insert(all.end(), arguments.begin(), arguments.end());
+  std::vector<char*> pointers;
+  pointers.reserve(all.size() + 1);
+  for (std::string& argument : all) {
+    pointers.push_back(argument.data());
+  }
+  pointers.push_back(nullptr);
+  ::execvp(pointers[0], pointers.data());
+  std::perror(pointers[0]);
+  ::_exit(127);
+}
+
+bool emulated() {
+  return *TEST_EMULATOR != '\0';
+}
+
 Outcome run(const std::vector<std::string>& arguments) {
-  return inChild([&arguments] {
-    std::vector<char*> pointers;
-    pointers.reserve(arguments.size() + 1);
-    for (const std::string& argument : arguments) {
-      pointers.push_back(const_cast<char*>(argument.c_str()));
-    }
-    pointers.push_back(nullptr);
-    ::execv(pointers[0], pointers.data());
-    std::perror(pointers[0]);
-    ::_exit(127);
-  });
+  return inChild([&arguments] { execute(arguments); });
 }
 
 bool operator==(const Outcome& a, const Outcome& b) {

@@ -20,7 +20,15 @@ struct Outcome {
 /// REQUIRES: no other thread runs in this process.
 Outcome inChild(const std::function<void()>& body);
 
-/// Runs a program with the given arguments, `arguments[0]` its path, and waits for its end.
+/// Goes on as one of the project's programs with the given arguments, `arguments[0]` its path;
+/// under the emulator where this machine cannot run it itself. `under` is the beginning of a
+/// command that is to run all that, such as "env -i"; none when it is empty.
+[[noreturn]] void execute(const std::vector<std::string>& arguments, const std::string& under = "");
+
+/// Whether programs run under an emulator.
+bool emulated();
+
+/// Runs one of the project's programs so, and waits for its end.
 Outcome run(const std::vector<std::string>& arguments);
 
 bool operator==(const Outcome& a, const Outcome& b);

@@ -26,8 +26,7 @@ TEST(ChildTest, TellsASignalAsTheShellDoes) {
 }
 
 TEST(ChildTest, RunsAProgramWithItsArguments) {
-  EXPECT_EQ(run({"/bin/sh", "-c", "echo \"$1\"; echo two >&2; exit 3", "sh", "one"}),
-            (Outcome{3, "one\n", "two\n"}));
+  EXPECT_EQ(run({TOLD_PROGRAM, "on e\n", "two", "3"}), (Outcome{3, "on e\n", "two"}));
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 #include "tests/support/Golden.h"
 
-#include <openssl/evp.h>
-
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <cstdlib>
 #include <fstream>
@@ -12,22 +9,11 @@
 #include <mk4.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/support/Sha256.h"
+
 namespace TestSupport {
 
 namespace {
-
-std::string sha256(const c4_Bytes& bytes) {
-  std::array<unsigned char, 32> digest{};
-  EVP_Digest(bytes.Contents(), static_cast<std::size_t>(bytes.Size()), digest.data(), nullptr,
-             EVP_sha256(), nullptr);
-  static const char digits[] = "0123456789abcdef";
-  std::string text;
-  for (const unsigned char byte : digest) {
-    text += digits[byte >> 4];
-    text += digits[byte & 0xF];
-  }
-  return text;
-}
 
 std::vector<Table> tables(const nlohmann::ordered_json& json) {
   std::vector<Table> result;
@@ -80,7 +66,8 @@ std::vector<Table> readTables(const std::string& path, const std::vector<Table>&
     const c4_View view = storage.GetAs((wanted.name + "[Key:I,Record:B]").c_str());
     for (int row = 0; row < view.GetSize(); ++row) {
       const c4_Bytes body = record(view[row]);
-      table.rows.push_back({key(view[row]), body.Size(), sha256(body)});
+      table.rows.push_back({key(view[row]), body.Size(),
+                            sha256(body.Contents(), static_cast<std::size_t>(body.Size()))});
     }
     result.push_back(std::move(table));
   }

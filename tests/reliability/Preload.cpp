@@ -1,0 +1,230 @@
+// A library that is loaded before the C library and does to the program, at a call that can be
+// chosen, what the system may do to it at any. The environment tells what:
+//
+//   TRIAL_KILL=N               kill the process in the place of its file call N, counted from 1
+//   TRIAL_FAIL=N,M,ERROR       let file calls N up to but not M fail, with that number
+//   TRIAL_NO_MEMORY=N,M        let allocations N up to but not M fail
+//   TRIAL_LIMIT=RESOURCE,VALUE set that limit; one of memory counts from what there is now
+//   TRIAL_COUNT=PATH           tell the file how many file calls and allocations there were
+//   TRIAL_SLOW=1               hold up each thread behind a signal to another one, and the process
+//                              at its end, so that the others do what they should not
+//   TRIAL_OUTFILE=PATH         end the process when it writes to another file
+//
+// It begins with main(), so that the start of the program itself, where nothing can be told yet,
+// goes as ever. Nothing is flushed to the device: that takes long, and to processes a file is the
+// same either way.
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <semaphore.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+/// Numbers of calls, the second one not included.
+struct Calls {
+  unsigned long from = ULONG_MAX;
+  unsigned long to = ULONG_MAX;
+  std::atomic<unsigned long> made{0};
+
+  /// Counts a call, and tells whether it is one of them.
+  bool include() {
+    const unsigned long number = ++made;
+    return number >= from && number < to;
+  }
+};
+
+Calls killed;
+Calls failed;
+Calls withoutMemory;
+int error = 0;
+const char* outfile = nullptr;
+bool isSlow = false;
+
+/// Bytes of memory that the process has a place for now.
+rlim_t takenMemory() {
+  unsigned long pages = 0;
+  std::FILE* file = std::fopen("/proc/self/statm", "r");
+  if (file == nullptr || std::fscanf(file, "%lu", &pages) != 1) {
+    std::abort();
+  }
+  std::fclose(file);
+  return pages * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
+}
+
+void limit(int resource, rlim_t value) {
+  if (resource == RLIMIT_AS) {
+    value += takenMemory();
+  }
+  const rlimit both = {value, value};
+  if (::setrlimit(static_cast<__rlimit_resource>(resource), &both) != 0) {
+    std::abort();
+  }
+}
+
+[[gnu::constructor]] void begin() {
+  outfile = std::getenv("TRIAL_OUTFILE");
+  isSlow = std::getenv("TRIAL_SLOW") != nullptr;
+  if (const char* text = std::getenv("TRIAL_LIMIT")) {
+    char* end = nullptr;
+    const long resource = std::strtol(text, &end, 10);
+    limit(static_cast<int>(resource), std::strtoul(end + 1, nullptr, 10));
+  }
+  if (const char* text = std::getenv("TRIAL_KILL")) {
+    killed.from = std::strtoul(text, nullptr, 10);
+  }
+  if (const char* text = std::getenv("TRIAL_FAIL")) {
+    char* end = nullptr;
+    failed.from = std::strtoul(text, &end, 10);
+    failed.to = std::strtoul(end + 1, &end, 10);
+    error = static_cast<int>(std::strtol(end + 1, nullptr, 10));
+  }
+  if (const char* text = std::getenv("TRIAL_NO_MEMORY")) {
+    char* end = nullptr;
+    withoutMemory.made = 0;
+    withoutMemory.from = std::strtoul(text, &end, 10);
+    withoutMemory.to = std::strtoul(end + 1, nullptr, 10);
+  }
+}
+
+[[gnu::destructor]] void end() {
+  if (isSlow) {
+    // Behind the destructors of the program, while its other threads run on.
+    ::usleep(10000);
+  }
+  if (const char* path = std::getenv("TRIAL_COUNT")) {
+    std::FILE* file = std::fopen(path, "w");
+    std::fprintf(file, "%lu %lu", killed.made.load(), withoutMemory.made.load());
+    std::fclose(file);
+  }
+}
+
+/// At the head of each file call: whether it has to fail, with errno set.
+bool fails() {
+  if (killed.include()) {
+    ::kill(::getpid(), SIGKILL);
+  }
+  if (failed.include()) {
+    errno = error;
+    return true;
+  }
+  return false;
+}
+
+void checkTarget(int file) {
+  if (outfile == nullptr) {
+    return;
+  }
+  char link[32];
+  char path[PATH_MAX] = {};
+  std::snprintf(link, sizeof link, "/proc/self/fd/%d", file);
+  if (::readlink(link, path, sizeof path - 1) < 0 || std::strcmp(path, outfile) != 0) {
+    std::fprintf(stderr, "writes to \"%s\"\n", path);
+    ::_exit(99);
+  }
+}
+
+/// What the function of that name would be without this library.
+template <class Function>
+Function* original(const char* name) {
+  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+// Files are used by the names of the C library for those of any size.
+static_assert(sizeof(off_t) == 8);
+
+extern "C" {
+
+int open(const char* path, int flags, ...) {
+  va_list rest;
+  va_start(rest, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+  va_end(rest);
+  return fails() ? -1 : original<decltype(open)>("open64")(path, flags, mode);
+}
+
+int stat(const char* path, struct stat* status) noexcept {
+  using Stat = int(const char*, struct stat*);
+  return fails() ? -1 : original<Stat>("stat64")(path, status);
+}
+
+int fstat(int file, struct stat* status) noexcept {
+  return fails() ? -1 : original<decltype(fstat)>("fstat64")(file, status);
+}
+
+void* mmap(void* address, std::size_t size, int protection, int flags, int file,
+           off_t offset) noexcept {
+  return fails()
+             ? MAP_FAILED
+             : original<decltype(mmap)>("mmap64")(address, size, protection, flags, file, offset);
+}
+
+int unlink(const char* path) noexcept {
+  return fails() ? -1 : original<decltype(unlink)>("unlink")(path);
+}
+
+ssize_t pwrite(int file, const void* bytes, std::size_t size, off_t offset) {
+  checkTarget(file);
+  return fails() ? -1 : original<decltype(pwrite)>("pwrite64")(file, bytes, size, offset);
+}
+
+int ftruncate(int file, off_t size) noexcept {
+  checkTarget(file);
+  return fails() ? -1 : original<decltype(ftruncate)>("ftruncate64")(file, size);
+}
+
+int fsync(int /*file*/) {
+  return fails() ? -1 : 0;
+}
+
+int fdatasync(int /*file*/) {
+  return fails() ? -1 : 0;
+}
+
+void sync() noexcept {
+  fails();
+}
+
+int sem_post(sem_t* semaphore) noexcept {
+  const int result = original<decltype(sem_post)>("sem_post")(semaphore);
+  if (isSlow) {
+    ::usleep(2000);
+  }
+  return result;
+}
+
+#ifdef FAILING_ALLOCATIONS
+// NOLINTBEGIN(bugprone-reserved-identifier)
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* memory, std::size_t size);
+// NOLINTEND(bugprone-reserved-identifier)
+
+void* malloc(std::size_t size) noexcept {
+  return withoutMemory.include() ? nullptr : __libc_malloc(size);
+}
+
+void* calloc(std::size_t count, std::size_t size) noexcept {
+  return withoutMemory.include() ? nullptr : __libc_calloc(count, size);
+}
+
+void* realloc(void* memory, std::size_t size) noexcept {
+  return withoutMemory.include() ? nullptr : __libc_realloc(memory, size);
+}
+#endif
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace TestSupport {
+
+/// The SHA-256 of some bytes, in lower-case hexadecimal digits. The tests' own, so that they need
+/// no library for each machine that they are built for.
+std::string sha256(const void* bytes, std::size_t size);
+
+}  // namespace TestSupport
