@@ -13,7 +13,12 @@
 #include "fuzz/Sanitizer.h"
 
 #ifdef FUZZ_ADDRESS_SANITIZER
-#include <sanitizer/allocator_interface.h>
+// As sanitizer/allocator_interface.h has them, which does not come with every compiler.
+extern "C" {
+std::size_t __sanitizer_get_allocated_size(const volatile void* memory);
+int __sanitizer_install_malloc_and_free_hooks(void (*taken)(const volatile void*, std::size_t),
+                                              void (*given)(const volatile void*));
+}
 #endif
 
 namespace Fuzz {

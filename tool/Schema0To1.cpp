@@ -28,6 +28,7 @@ void convertFromSchema0ToSchema1() {
   auto* originalService = new Service(databaseServer, originalDatabaseFileName);
   auto* convertedService = new Service(databaseServer, convertedDatabaseFileName);
   startThread(databaseServer, "databaseServer");
+  standStillAtExit(databaseServer);
   originalService->open();
   checkOpened(*originalService, "INFILE", originalDatabaseFileName);
   convertedService->open();
