@@ -20,9 +20,14 @@ set(TEST_TIME_LIMIT 120)
 if(CMAKE_CXX_FLAGS MATCHES -fsanitize)
   list(APPEND TESTS_LEFT_OUT "MemoryTest.*" FaultsDeathTest.MemoryThatCannotBeHadIsFatal)
 endif()
-# These have one thread, and take minutes when each access is watched.
 if(CMAKE_CXX_FLAGS MATCHES -fsanitize=thread)
-  list(APPEND TESTS_LEFT_OUT "*/CrashTest.*" "*TargetTest.*")
+  list(APPEND TESTS_LEFT_OUT
+    # The sanitizer gives threads larger stacks.
+    ThreadsTest.RunUnderTheirNameOnASmallStackWithoutPriority
+    # It takes a descriptor to find out what is suppressed.
+    ScarcityTest.TooFewDescriptors
+    # These have one thread, and take minutes when each access is watched.
+    "*/CrashTest.*" "*TargetTest.*")
 endif()
 
 find_package(Threads REQUIRED)

@@ -1,5 +1,6 @@
 #include <cstddef>
 #include <cstdint>
+#include <ostream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -23,6 +24,10 @@ struct Values {
   std::int32_t (*key)(int row);
   int (*bodySize)(int row);
 };
+
+void PrintTo(const Values& values, std::ostream* stream) {
+  *stream << values.what;
+}
 
 constexpr Values allValues[] = {
     {"Zeros", [](int) { return 0; }, [](int) { return 0; }},

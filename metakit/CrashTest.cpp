@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <ostream>
 #include <random>
 #include <set>
 #include <string>
@@ -99,6 +100,10 @@ struct History {
   /// Bytes that stand before the datafile.
   std::size_t before;
 };
+
+void PrintTo(const History& history, std::ostream* stream) {
+  *stream << "seed " << history.seed << " behind " << history.before << " bytes";
+}
 
 /// Histories with smaller seeds are chosen to have some of everything.
 constexpr unsigned int firstOfMany = 7;

@@ -26,7 +26,7 @@ TEST(FaultsDeathTest, MemoryThatCannotBeHadIsFatal) {
   const Outcome expected = {255, "", "@@ FATAL ERROR: Out of memory.\n"};
   EXPECT_EQ(inChild([] {
               reportFaults();
-              volatile std::size_t tooMuch = SIZE_MAX / 4;
+              volatile std::size_t tooMuch = SIZE_MAX - 1000;
               ::operator delete(::operator new(tooMuch));
             }),
             expected);

@@ -82,11 +82,11 @@ struct MutexNames {
 TYPED_TEST_SUITE(MutexTest, Mutexes, MutexNames);
 
 TYPED_TEST(MutexTest, LetsOneThreadInAtATime) {
-  EXPECT_EQ(countTogether(lock, unlock, this->mutex, this->mutex), 2 * rounds);
+  EXPECT_EQ(countTogether(&lock, &unlock, this->mutex, this->mutex), 2 * rounds);
 }
 
 TYPED_TEST(MutexTest, StaysHeldUntilTheLastOfSeveralUnlocks) {
-  EXPECT_EQ(countTogether(lockThriceUnlockOnce, unlockTwice, this->mutex, this->mutex), 2 * rounds);
+  EXPECT_EQ(countTogether(&lockThriceUnlockOnce, &unlockTwice, this->mutex, this->mutex), 2 * rounds);
 }
 
 TYPED_TEST(MutexTest, IsFreeAfterAsManyUnlocksAsLocks) {
@@ -103,7 +103,7 @@ TYPED_TEST(MutexTest, IsFreeAfterAsManyUnlocksAsLocks) {
 TEST(PrivilegedMutexTest, IsOneLockInAllObjects) {
   Rtk::PrivilegedMutex one;
   Rtk::PrivilegedMutex other;
-  EXPECT_EQ(countTogether(lock, unlock, one, other), 2 * rounds);
+  EXPECT_EQ(countTogether(&lock, &unlock, one, other), 2 * rounds);
 }
 
 TEST(PrivilegedMutexTest, MakesNoLockOfItsOwn) {

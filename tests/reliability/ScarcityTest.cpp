@@ -58,6 +58,12 @@ TEST_F(ScarcityTest, TooSmallFiles) {
   EXPECT_GT(raise(RLIMIT_FSIZE, trials(2500, 100), 1000), 10);
 }
 
+TEST_F(ScarcityTest, NoRoomForTheRecord) {
+  const Outcome outcome = convert(limit(RLIMIT_FSIZE, 0));
+  EXPECT_EQ(outcome, (Outcome{255, "", ""}));
+  expectNothingElseTouched();
+}
+
 TEST_F(ScarcityTest, TooLittleStack) {
   EXPECT_EQ(raise(RLIMIT_STACK, 4096), 0);
 }
