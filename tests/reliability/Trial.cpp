@@ -93,7 +93,7 @@ Outcome Trial::convert(const Mishap& mishap, const std::string& under) {
 
 Outcome Trial::run(const std::vector<std::string>& arguments, const Mishap& mishap,
                    const std::string& under) {
-  const Outcome outcome = TestSupport::inChild([&] {
+  Outcome outcome = TestSupport::inChild([&] {
     befall(mishap);
     TestSupport::execute(arguments, under);
   });
