@@ -86,7 +86,8 @@ TYPED_TEST(MutexTest, LetsOneThreadInAtATime) {
 }
 
 TYPED_TEST(MutexTest, StaysHeldUntilTheLastOfSeveralUnlocks) {
-  EXPECT_EQ(countTogether(&lockThriceUnlockOnce, &unlockTwice, this->mutex, this->mutex), 2 * rounds);
+  EXPECT_EQ(countTogether(&lockThriceUnlockOnce, &unlockTwice, this->mutex, this->mutex),
+            2 * rounds);
 }
 
 TYPED_TEST(MutexTest, IsFreeAfterAsManyUnlocksAsLocks) {
