@@ -126,6 +126,17 @@ bool fails() {
   return false;
 }
 
+#ifdef FAILING_ALLOCATIONS
+/// At the head of each allocation: the same.
+bool hasNoMemory() {
+  if (withoutMemory.include()) {
+    errno = ENOMEM;
+    return true;
+  }
+  return false;
+}
+#endif
+
 void checkTarget(int file) {
   if (outfile == nullptr) {
     return;
@@ -230,15 +241,15 @@ void* __libc_realloc(void* memory, std::size_t size);
 // NOLINTEND(bugprone-reserved-identifier)
 
 void* malloc(std::size_t size) noexcept {
-  return withoutMemory.include() ? nullptr : __libc_malloc(size);
+  return hasNoMemory() ? nullptr : __libc_malloc(size);
 }
 
 void* calloc(std::size_t count, std::size_t size) noexcept {
-  return withoutMemory.include() ? nullptr : __libc_calloc(count, size);
+  return hasNoMemory() ? nullptr : __libc_calloc(count, size);
 }
 
 void* realloc(void* memory, std::size_t size) noexcept {
-  return withoutMemory.include() ? nullptr : __libc_realloc(memory, size);
+  return hasNoMemory() ? nullptr : __libc_realloc(memory, size);
 }
 #endif
 }
