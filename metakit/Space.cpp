@@ -12,8 +12,9 @@ bool Space::reset(std::int32_t end, std::vector<Extent> used) {
   _gaps.clear();
   _gapsBySize.clear();
   _end = std::max(end, markSize);
-  std::sort(used.begin(), used.end(),
-            [](const Extent& a, const Extent& b) { return a.position < b.position; });
+  // Mostly in order, as the rows were appended, which std::sort is slow at.
+  std::stable_sort(used.begin(), used.end(),
+                   [](const Extent& a, const Extent& b) { return a.position < b.position; });
   std::int32_t free = markSize;
   const std::int32_t limit = std::max(end - tailSize, markSize);
   for (const Extent& block : used) {
