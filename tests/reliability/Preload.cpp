@@ -9,6 +9,9 @@
 //   TRIAL_SLOW=1               hold up each thread behind a signal to another one, and the process
 //                              at its end, so that the others do what they should not
 //   TRIAL_OUTFILE=PATH         end the process when it writes to another file
+//   TRIAL_NO_LINKS=1           let no file have a second name, as on some file systems
+//   TRIAL_NO_SPACE=1           tell whoever asks that there is no space
+//   TRIAL_PROGRAM=NAME         let that program alone have all this, and none that it starts
 //
 // It begins with main(), so that the start of the program itself, where nothing can be told yet,
 // goes as ever. Nothing is flushed to the device: that takes long, and to processes a file is the
@@ -17,10 +20,12 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <semaphore.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -55,6 +60,9 @@ Calls withoutMemory;
 int error = 0;
 const char* outfile = nullptr;
 bool isSlow = false;
+bool isWithoutLinks = false;
+bool isWithoutSpace = false;
+const char* countFile = nullptr;
 
 /// Bytes of memory that the process has a place for now.
 rlim_t takenMemory() {
@@ -78,6 +86,13 @@ void limit(int resource, rlim_t value) {
 }
 
 [[gnu::constructor]] void begin() {
+  const char* program = std::getenv("TRIAL_PROGRAM");
+  if (program != nullptr && std::strcmp(program, program_invocation_short_name) != 0) {
+    return;
+  }
+  isWithoutLinks = std::getenv("TRIAL_NO_LINKS") != nullptr;
+  isWithoutSpace = std::getenv("TRIAL_NO_SPACE") != nullptr;
+  countFile = std::getenv("TRIAL_COUNT");
   outfile = std::getenv("TRIAL_OUTFILE");
   isSlow = std::getenv("TRIAL_SLOW") != nullptr;
   if (const char* text = std::getenv("TRIAL_LIMIT")) {
@@ -107,8 +122,8 @@ void limit(int resource, rlim_t value) {
     // Behind the destructors of the program, while its other threads run on.
     ::usleep(10000);
   }
-  if (const char* path = std::getenv("TRIAL_COUNT")) {
-    std::FILE* file = std::fopen(path, "w");
+  if (countFile != nullptr) {
+    std::FILE* file = std::fopen(countFile, "w");
     std::fprintf(file, "%lu %lu", killed.made.load(), withoutMemory.made.load());
     std::fclose(file);
   }
@@ -176,6 +191,11 @@ int stat(const char* path, struct stat* status) noexcept {
   return fails() ? -1 : original<Stat>("stat64")(path, status);
 }
 
+int lstat(const char* path, struct stat* status) noexcept {
+  using Stat = int(const char*, struct stat*);
+  return fails() ? -1 : original<Stat>("lstat64")(path, status);
+}
+
 int fstat(int file, struct stat* status) noexcept {
   return fails() ? -1 : original<decltype(fstat)>("fstat64")(file, status);
 }
@@ -189,6 +209,54 @@ void* mmap(void* address, std::size_t size, int protection, int flags, int file,
 
 int unlink(const char* path) noexcept {
   return fails() ? -1 : original<decltype(unlink)>("unlink")(path);
+}
+
+int mkostemp(char* path, int flags) {
+  return fails() ? -1 : original<decltype(mkostemp)>("mkostemp64")(path, flags);
+}
+
+int link(const char* path, const char* other) noexcept {
+  if (isWithoutLinks) {
+    errno = EPERM;
+    return -1;
+  }
+  return fails() ? -1 : original<decltype(link)>("link")(path, other);
+}
+
+int rename(const char* from, const char* to) noexcept {
+  return fails() ? -1 : original<decltype(rename)>("rename")(from, to);
+}
+
+int renameat2(int fromFolder, const char* from, int toFolder, const char* to,
+              unsigned int flags) noexcept {
+  return fails()
+             ? -1
+             : original<decltype(renameat2)>("renameat2")(fromFolder, from, toFolder, to, flags);
+}
+
+int chmod(const char* path, mode_t mode) noexcept {
+  return fails() ? -1 : original<decltype(chmod)>("chmod")(path, mode);
+}
+
+int chown(const char* path, uid_t owner, gid_t group) noexcept {
+  return fails() ? -1 : original<decltype(chown)>("chown")(path, owner, group);
+}
+
+int statvfs(const char* path, struct statvfs* status) noexcept {
+  using Statvfs = int(const char*, struct statvfs*);
+  const int result = fails() ? -1 : original<Statvfs>("statvfs64")(path, status);
+  if (result == 0 && isWithoutSpace) {
+    status->f_bavail = 0;
+  }
+  return result;
+}
+
+int flock(int file, int operation) noexcept {
+  return fails() ? -1 : original<decltype(flock)>("flock")(file, operation);
+}
+
+ssize_t write(int file, const void* bytes, std::size_t size) {
+  return fails() ? -1 : original<decltype(write)>("write")(file, bytes, size);
 }
 
 ssize_t pwrite(int file, const void* bytes, std::size_t size, off_t offset) {
