@@ -54,6 +54,15 @@ TEST_P(CommitTargetTest, BreaksNoRule) {
   Fuzz::commit(input.data(), input.size());
 }
 
+#ifdef FUZZ_COMPANION
+class CompanionTargetTest : public ::testing::TestWithParam<Seed> {};
+
+TEST_P(CompanionTargetTest, BreaksNoRule) {
+  const Metakit::Bytes input = GetParam().make();
+  Fuzz::companion(input.data(), input.size());
+}
+#endif
+
 const std::string kept = FUZZ_FOLDER "/findings/";
 
 INSTANTIATE_TEST_SUITE_P(Sound, ReadTargetTest, ::testing::ValuesIn(Fuzz::soundFiles()), caseName);
@@ -71,5 +80,13 @@ INSTANTIATE_TEST_SUITE_P(Hostile, CommitTargetTest,
                          caseName);
 INSTANTIATE_TEST_SUITE_P(Kept, CommitTargetTest, ::testing::ValuesIn(filesOf(kept + "commit")),
                          caseName);
+#ifdef FUZZ_COMPANION
+INSTANTIATE_TEST_SUITE_P(Sound, CompanionTargetTest, ::testing::ValuesIn(Fuzz::soundFiles()),
+                         caseName);
+INSTANTIATE_TEST_SUITE_P(Hostile, CompanionTargetTest, ::testing::ValuesIn(Fuzz::hostileFiles()),
+                         caseName);
+INSTANTIATE_TEST_SUITE_P(Kept, CompanionTargetTest,
+                         ::testing::ValuesIn(filesOf(kept + "companion")), caseName);
+#endif
 
 }  // namespace

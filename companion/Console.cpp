@@ -1,0 +1,51 @@
+#include "companion/Console.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "companion/Trouble.h"
+
+namespace Companion {
+
+void Console::fail(int error) {
+  // Nobody reads any more, such as when `head` has what it wants: that needs no words.
+  if (error == EPIPE) {
+    throw Trouble("");
+  }
+  throwError("standard output", "It cannot be written", error);
+}
+
+void Console::print(std::string_view text) {
+  if (std::fwrite(text.data(), 1, text.size(), _output) != text.size()) {
+    fail(errno);
+  }
+}
+
+void Console::tell(const std::string& message) {
+  progress("");
+  if (message.empty()) {
+    return;
+  }
+  const std::string line = "history-db: " + message + "\n";
+  std::fwrite(line.data(), 1, line.size(), _messages);
+}
+
+void Console::progress(const std::string& line) {
+  if ((line.empty() && !_hasProgress) || ::isatty(::fileno(_messages)) == 0) {
+    return;
+  }
+  const std::string text = "\r\033[K" + line;
+  std::fwrite(text.data(), 1, text.size(), _messages);
+  std::fflush(_messages);
+  _hasProgress = !line.empty();
+}
+
+void Console::finish() {
+  progress("");
+  if (std::fflush(_output) != 0) {
+    fail(errno);
+  }
+}
+
+}  // namespace Companion

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+namespace Companion {
+
+/// Where a command tells what it found: results on standard output, all else on standard error.
+/// Owned by the caller of the command. One thread at a time.
+class Console {
+ public:
+  /// Both must outlive this object.
+  Console(std::FILE* output, std::FILE* messages) : _output(output), _messages(messages) {}
+
+  /// Writes a result as it is. Throws Trouble when it cannot be written, without a text when that
+  /// is because nobody reads it any more.
+  void print(std::string_view text);
+
+  /// Writes a message on a line of its own, behind "history-db: "; none when it is empty.
+  void tell(const std::string& message);
+
+  /// Replaces the line that tells how far a long run is; an empty one takes it away. Silent unless
+  /// messages go to a terminal.
+  void progress(const std::string& line);
+
+  /// Throws Trouble unless all that was printed has reached its destination. To be called at the
+  /// end of every command.
+  void finish();
+
+ private:
+  [[noreturn]] static void fail(int error);
+
+  std::FILE* const _output;
+  std::FILE* const _messages;
+  bool _hasProgress = false;
+};
+
+}  // namespace Companion

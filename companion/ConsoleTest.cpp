@@ -1,0 +1,51 @@
+#include "companion/Console.h"
+
+#include <cstdio>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "companion/ConsoleTesting.h"
+#include "companion/Trouble.h"
+
+namespace {
+
+using Companion::Console;
+
+class ConsoleTest : public ::testing::Test {
+ protected:
+  CompanionTesting::HeardConsole heard;
+  Console& console = heard.console;
+};
+
+TEST_F(ConsoleTest, KeepsResultsAndMessagesApart) {
+  console.print("result\n");
+  console.tell("Something is odd.");
+  console.finish();
+  EXPECT_EQ(heard.output(), "result\n");
+  EXPECT_EQ(heard.messages(), "history-db: Something is odd.\n");
+}
+
+TEST_F(ConsoleTest, HasNothingToTellWithoutWords) {
+  console.tell("");
+  EXPECT_EQ(heard.messages(), "");
+}
+
+TEST_F(ConsoleTest, ShowsNoProgressInAFile) {
+  console.progress("1 of 2");
+  console.finish();
+  EXPECT_EQ(heard.messages(), "");
+}
+
+TEST_F(ConsoleTest, NoticesThatOutputIsLost) {
+  std::FILE* const full = std::fopen("/dev/full", "w");
+  ASSERT_NE(full, nullptr);
+  Console lost(full, stderr);
+  lost.print("kept in memory");
+  EXPECT_THROW(lost.finish(), Companion::Trouble);
+  const std::string much(100000, '.');
+  EXPECT_THROW(lost.print(much), Companion::Trouble);
+  std::fclose(full);
+}
+
+}  // namespace

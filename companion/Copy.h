@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include "companion/Console.h"
+#include "companion/Trouble.h"
+
+namespace Companion {
+
+struct CopyOptions {
+  std::string file;
+  std::string newFile;
+  bool force = false;
+};
+
+/// Writes a compact copy of a database: all views with all rows, in one commit. Findings when the
+/// file was cut off and less than its last commit could be read, which is told.
+Status copy(const CopyOptions& options, Console& console);
+
+}  // namespace Companion

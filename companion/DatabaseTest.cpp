@@ -1,0 +1,67 @@
+#include "companion/Database.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "companion/Trouble.h"
+#include "tests/support/Golden.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+using Companion::Database;
+using Companion::SchemaFound;
+using Companion::Trouble;
+using TestSupport::goldenFile;
+using TestSupport::GoldenFile;
+using TestSupport::goldenFiles;
+using TestSupport::TemporaryFolder;
+
+class EachGoldenDatabaseTest : public ::testing::TestWithParam<GoldenFile> {};
+
+TEST_P(EachGoldenDatabaseTest, HasItsRowsInOrder) {
+  const Database database(GetParam().path);
+  for (const Companion::Table& table : database.tables()) {
+    const auto isIt = [&](const TestSupport::Table& golden) {
+      return golden.name == table.name.name;
+    };
+    const auto& input = GetParam().input;
+    const auto golden = std::find_if(input.begin(), input.end(), isIt);
+    ASSERT_EQ(table.exists, golden != input.end());
+    ASSERT_EQ(table.rows.size(), table.exists ? golden->rows.size() : 0);
+    for (std::size_t i = 0; i < table.rows.size(); ++i) {
+      EXPECT_EQ(table.rows[i].key, golden->rows[i].key);
+      EXPECT_EQ(static_cast<int>(table.rows[i].body.size()), golden->rows[i].size);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Golden, EachGoldenDatabaseTest, ::testing::ValuesIn(goldenFiles()),
+                         TestSupport::caseName);
+
+TEST(DatabaseTest, TellsItsSchemaByTheSizeOfItsSystems) {
+  EXPECT_EQ(schemaOf(Database(goldenFile("typical.mk").path)), SchemaFound::Zero);
+  EXPECT_EQ(schemaOf(Database(goldenFile("zones-only.mk").path)), SchemaFound::Either);
+}
+
+TEST(DatabaseTest, RefusesWhatIsNone) {
+  const TemporaryFolder folder;
+  const std::string text = folder.path("text");
+  TestSupport::writeFile(text, "no database");
+  for (const std::string& path : {folder.path("missing"), folder.path(""), text}) {
+    EXPECT_THROW(Database{path}, Trouble) << path;
+  }
+}
+
+TEST(DatabaseTest, OfNoBytesHasNoTables) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path("empty");
+  TestSupport::writeFile(path, "");
+  const Database database(path);
+  for (const Companion::Table& table : database.tables()) {
+    EXPECT_FALSE(table.exists);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "companion/Console.h"
+#include "companion/Trouble.h"
+
+namespace Companion {
+
+struct DumpOptions {
+  std::string file;
+  /// "json", "jsonl" or "csv".
+  std::string format = "json";
+  /// Only these tables; all when there are none.
+  std::vector<std::string> tables;
+  /// Only the records of these keys; all when there are none.
+  std::vector<std::int32_t> keys;
+};
+
+/// Prints every record with every field by name.
+Status dump(const DumpOptions& options, Console& console);
+
+}  // namespace Companion

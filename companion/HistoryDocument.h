@@ -1,0 +1,9 @@
+#pragma once
+
+/// What `dump` and `load` have in common.
+namespace Companion::HistoryDocument {
+
+/// Of the layout of the documents in the formats json and jsonl. To be changed with it.
+constexpr int version = 1;
+
+}  // namespace Companion::HistoryDocument

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "companion/Console.h"
+#include "companion/Trouble.h"
+
+namespace Companion {
+
+struct InfoOptions {
+  std::vector<std::string> files;
+  bool json = false;
+  bool quiet = false;
+  /// How many files are worked on at the same time; 1 or more.
+  int jobs = 1;
+};
+
+/// Tells the facts of each file, in the order given: lines "name: value", or one line of JSON per
+/// file. Findings when a file is not whole, trouble when one is no database, damaged or cannot be
+/// read; the others are told nevertheless.
+Status info(const InfoOptions& options, Console& console);
+
+}  // namespace Companion

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+#include "companion/Console.h"
+#include "companion/Trouble.h"
+
+namespace Companion {
+
+struct LoadOptions {
+  /// What `dump` printed; "-" is standard input.
+  std::string document;
+  /// The database to write.
+  std::string file;
+  bool force = false;
+};
+
+/// Writes a database file from a document of `dump`, in its formats json and jsonl.
+Status load(const LoadOptions& options, Console& console);
+
+}  // namespace Companion

@@ -1,0 +1,296 @@
+#include "companion/Migrate.h"
+
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "companion/Check.h"
+#include "companion/Converter.h"
+#include "companion/Database.h"
+#include "companion/Descriptor.h"
+#include "companion/KeptOriginal.h"
+#include "companion/NewFile.h"
+#include "companion/Proof.h"
+
+namespace Companion {
+
+namespace {
+
+/// The file itself when the path is a symbolic link.
+std::string resolved(const std::string& path) {
+  struct stat status = {};
+  if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) {
+    return path;
+  }
+  const std::unique_ptr<char, void (*)(void*)> target(::realpath(path.c_str(), nullptr), ::free);
+  if (target == nullptr) {
+    throwError(path, "The link cannot be followed", errno);
+  }
+  return target.get();
+}
+
+/// Keeps a second run off a file as long as this object lives.
+class Lock {
+ public:
+  /// Throws Trouble when another run has it.
+  explicit Lock(const std::string& path) : _file(path) {
+    if (::flock(_file.get(), LOCK_EX | LOCK_NB) != 0) {
+      if (errno == EWOULDBLOCK) {
+        throw Trouble(path + ": Another run of \"history-db migrate\" is at work on it.");
+      }
+      throwError(path, "It cannot be locked", errno);
+    }
+    // Another run may have replaced it just before.
+    struct stat locked = {};
+    if (::fstat(_file.get(), &locked) != 0 || !isSameFile(locked, regularFile(path))) {
+      throw Trouble(path + ": It has just been replaced.");
+    }
+  }
+
+ private:
+  const Descriptor _file;
+};
+
+/// Holds back the signals that end the process politely as long as this object lives.
+class PatientSignals {
+ public:
+  PatientSignals() {
+    sigset_t polite;
+    ::sigemptyset(&polite);
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM, SIGXCPU}) {
+      ::sigaddset(&polite, signal);
+    }
+    ::sigprocmask(SIG_BLOCK, &polite, &_before);
+  }
+  ~PatientSignals() { ::sigprocmask(SIG_SETMASK, &_before, nullptr); }
+  PatientSignals(const PatientSignals&) = delete;
+  PatientSignals& operator=(const PatientSignals&) = delete;
+
+ private:
+  sigset_t _before = {};
+};
+
+/// At least as many bytes as a conversion of the database takes on the way.
+std::uint64_t spaceFor(const Database& database) {
+  std::uint64_t size = 0;
+  for (const Table& table : database.tables()) {
+    size +=
+        table.rows.size() * (static_cast<std::uint64_t>(layoutOf(table.name.kind, 1).size) + 16);
+  }
+  // Commits leave gaps, and there is the structure.
+  return size + size / 4 + 65536;
+}
+
+void expectSpace(const std::string& folder, std::uint64_t needed) {
+  struct statvfs status = {};
+  // A file system that tells nothing is believed to have it.
+  if (::statvfs(folder.c_str(), &status) != 0 || status.f_blocks == 0) {
+    return;
+  }
+  const std::uint64_t available = std::uint64_t{status.f_bavail} * status.f_frsize;
+  if (available < needed) {
+    throw Trouble(fmt::format("{}: There is too little space: {} bytes are free, {} are needed.",
+                              folder, available, needed));
+  }
+}
+
+class Migration {
+ public:
+  Migration(const MigrateOptions& options, std::string file, Console& console)
+      : _options(options),
+        _file(std::move(file)),
+        _console(console),
+        _original(regularFile(_file)) {}
+
+  Status run() {
+    std::uint64_t needed = 0;
+    SchemaFound schema = SchemaFound::Either;
+    {
+      const Database database(_file);
+      schema = schemaOf(database);
+      if (schema == SchemaFound::One) {
+        tell(_file + " is of schema 1 already; there is nothing to do.");
+        return Status::Fine;
+      }
+      if (schema == SchemaFound::Mixed) {
+        _console.tell(_file +
+                      ": It has System records of several schemas or of none; that cannot be "
+                      "converted. \"history-db check\" tells more.");
+        return Status::Findings;
+      }
+      needed = spaceFor(database);
+    }
+    if (!isSound()) {
+      return Status::Findings;
+    }
+    if (schema == SchemaFound::Either && _options.output.empty()) {
+      tell(_file +
+           " has no System records, and so is of schema 1 as it is; there is nothing to do.");
+      return Status::Fine;
+    }
+    const std::string converter = findConverter(_options.converter);
+    return _options.output.empty() ? migrateInPlace(converter, needed)
+                                   : migrateTo(_options.output, converter, needed);
+  }
+
+  /// Whether the file is what it was at the beginning; not when a failed run could not put it back.
+  bool isAsItWas() const { return _isAsItWas; }
+
+ private:
+  void tell(const std::string& line) {
+    if (!_options.quiet) {
+      _console.print(line + "\n");
+    }
+  }
+
+  /// Whether nothing is wrong with the file that a conversion makes worse.
+  bool isSound() {
+    constexpr std::size_t mostTold = 20;
+    const std::vector<Finding> findings = findingsIn(_file);
+    std::size_t errors = 0;
+    std::size_t kept = 0;
+    for (const Finding& finding : findings) {
+      if (finding.isError && finding.isKept) {
+        ++kept;
+      } else if (finding.isError && ++errors <= mostTold) {
+        tell(fmt::format("{}: error: {}{}{}", _file, finding.where,
+                         finding.where.empty() ? "" : ": ", finding.what));
+      }
+    }
+    const bool areMore = findings.size() >= mostFindings;
+    tell(fmt::format("Checked {}: errors {}, repeated keys {}, warnings {}{}.", _file, errors, kept,
+                     findings.size() - errors - kept, areMore ? " or more" : ""));
+    // When there is no place left for errors, there may be worse ones.
+    if (errors > 0 || (areMore && findings.back().isError)) {
+      _console.tell(_file +
+                    ": Its errors keep it from being converted; it is as it was. \"history-db "
+                    "check\" tells them.");
+      return false;
+    }
+    if (kept > 0) {
+      tell("A key that stands there more than once is kept as often.");
+    }
+    return true;
+  }
+
+  Status migrateInPlace(const std::string& converter, std::uint64_t needed) {
+    KeptOriginal kept(_file, _options.force);
+    NewFile result(_file, true);
+    expectSpace(folderOf(_file), needed);
+    if (!makeResult(converter, result)) {
+      return Status::Findings;
+    }
+    giveOwnerAndMode(_file, result.temporaryPath());
+    if (_options.dryRun) {
+      tell("It was a trial: " + _file + " is as it was.");
+      return Status::Fine;
+    }
+    replace(kept, result);
+    tell("The original is kept as " + kept.path() + ".");
+    tell(_file + " is of schema 1 now.");
+    return Status::Fine;
+  }
+
+  Status migrateTo(const std::string& output, const std::string& converter, std::uint64_t needed) {
+    struct stat status = {};
+    if (::stat(output.c_str(), &status) == 0 && isSameFile(status, _original)) {
+      throw Trouble(output + ": It is the file that is to be converted.");
+    }
+    NewFile result(output, _options.force);
+    expectSpace(folderOf(output), needed);
+    if (!makeResult(converter, result)) {
+      return Status::Findings;
+    }
+    if (_options.dryRun) {
+      tell("It was a trial: nothing was written to " + output + ".");
+      return Status::Fine;
+    }
+    result.finish();
+    tell(output + " is of schema 1; " + _file + " is as it was.");
+    return Status::Fine;
+  }
+
+  /// Has the converted file written, and tells whether it is what it has to be.
+  bool makeResult(const std::string& converter, const NewFile& result) {
+    tell("Converting it with " + converter + ".");
+    convert(converter, _file, result.temporaryPath());
+    struct stat status = {};
+    if (::lstat(result.temporaryPath().c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_nlink != 1) {
+      throw Trouble(converter + ": It wrote no file.");
+    }
+    const Proof proof = prove(_file, result.temporaryPath());
+    const Comparison& comparison = proof.comparison;
+    if (!_options.quiet) {
+      _console.print(textOf(comparison));
+    }
+    if (!comparison.isEqual()) {
+      _console.tell(
+          fmt::format("{}: The converter made something else of it, differences {}; it is "
+                      "as it was.",
+                      _file, comparison.differences));
+    } else {
+      tell("The new file holds every value of the original.");
+    }
+    return comparison.isEqual();
+  }
+
+  /// From the first of these steps to the last, the file is the whole old one or the whole new one.
+  void replace(KeptOriginal& kept, NewFile& result) {
+    const PatientSignals patience;
+    const struct stat now = regularFile(_file);
+    if (!isSameFile(now, _original) || now.st_size != _original.st_size ||
+        now.st_mtim.tv_sec != _original.st_mtim.tv_sec ||
+        now.st_mtim.tv_nsec != _original.st_mtim.tv_nsec) {
+      throw Trouble(_file + ": Somebody has changed it meanwhile.");
+    }
+    try {
+      kept.keep();
+      result.finish();
+    } catch (const Trouble& trouble) {
+      _isAsItWas = kept.putBack();
+      if (!_isAsItWas) {
+        throw Trouble(fmt::format("{} Nor could all be put back: the original is {} or {}.",
+                                  trouble.what(), _file, kept.path()));
+      }
+      throw;
+    }
+    _isAsItWas = false;
+  }
+
+  const MigrateOptions& _options;
+  const std::string _file;
+  Console& _console;
+  const struct stat _original;
+  bool _isAsItWas = true;
+};
+
+}  // namespace
+
+Status migrate(const MigrateOptions& options, Console& console) {
+  const std::string file = resolved(options.file);
+  regularFile(file);
+  const Lock lock(file);
+  Migration migration(options, file, console);
+  try {
+    return migration.run();
+  } catch (const Trouble& trouble) {
+    if (!migration.isAsItWas() || *trouble.what() == '\0') {
+      throw;
+    }
+    throw Trouble(fmt::format("{} {} is as it was.", trouble.what(), file));
+  }
+}
+
+}  // namespace Companion

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tests/support/Child.h"
+
+namespace CompanionTesting {
+
+/// Runs history-db with these arguments.
+inline TestSupport::Outcome historyDb(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), HISTORY_DB);
+  return TestSupport::run(arguments);
+}
+
+}  // namespace CompanionTesting

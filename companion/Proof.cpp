@@ -1,0 +1,69 @@
+#include "companion/Proof.h"
+
+#include <cerrno>
+
+#include <fmt/format.h>
+
+#include "companion/Sha256.h"
+#include "companion/Trouble.h"
+
+namespace Companion {
+
+struct stat regularFile(const std::string& path) {
+  struct stat status = {};
+  if (::stat(path.c_str(), &status) != 0) {
+    throwError(path, "It cannot be opened", errno);
+  }
+  if (!S_ISREG(status.st_mode)) {
+    throw Trouble(path + ": It is no regular file.");
+  }
+  return status;
+}
+
+bool isSameFile(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+FileContents contentsOf(const std::string& path) {
+  return {path, static_cast<std::uint64_t>(regularFile(path).st_size), sha256OfFile(path)};
+}
+
+void expectUnchanged(const FileContents& before) {
+  const FileContents now = contentsOf(before.path);
+  if (now.size != before.size || now.sha256 != before.sha256) {
+    throw Trouble(before.path + ": It was changed while it was read.");
+  }
+}
+
+Proof prove(const std::string& original, const std::string& converted) {
+  Proof proof = {contentsOf(original), contentsOf(converted), {}};
+  proof.comparison = compare(Database(original), Database(converted));
+  expectUnchanged(proof.original);
+  expectUnchanged(proof.converted);
+  return proof;
+}
+
+std::string textOf(const Comparison& comparison) {
+  std::string text;
+  for (const Difference& difference : comparison.told) {
+    text += textOf(difference) + "\n";
+  }
+  if (comparison.differences > comparison.told.size()) {
+    text += fmt::format("... and {} more differences\n",
+                        comparison.differences - comparison.told.size());
+  }
+  for (const std::string& note : comparison.notes) {
+    text += "Note: " + note + "\n";
+  }
+  for (const TableComparison& table : comparison.tables) {
+    const std::string rows =
+        table.originalRows == table.convertedRows
+            ? fmt::format("{}", table.originalRows)
+            : fmt::format("{} became {}", table.originalRows, table.convertedRows);
+    text += fmt::format("{}: rows {}, values {}, differences {}\n", table.name, rows, table.values,
+                        table.differences);
+  }
+  return text;
+}
+
+}  // namespace Companion

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <string>
+
+#include "companion/Comparison.h"
+
+namespace Companion {
+
+/// The file that a path leads to. Throws Trouble unless it is a regular one.
+struct stat regularFile(const std::string& path);
+
+/// Whether both are one and the same file.
+bool isSameFile(const struct stat& a, const struct stat& b);
+
+/// What a file was when it was read.
+struct FileContents {
+  std::string path;
+  std::uint64_t size = 0;
+  std::string sha256;
+};
+
+/// Reads the whole file for it. Throws Trouble when it cannot be read.
+FileContents contentsOf(const std::string& path);
+
+/// Throws Trouble unless the file still is what it was.
+void expectUnchanged(const FileContents& before);
+
+/// A comparison, and the very bytes that it is about.
+struct Proof {
+  FileContents original;
+  FileContents converted;
+  Comparison comparison;
+};
+
+/// Compares two files. Throws Trouble when one cannot be read, or changed meanwhile.
+Proof prove(const std::string& original, const std::string& converted);
+
+/// The differences that are told, the notes and the tables of a comparison, a line each.
+std::string textOf(const Comparison& comparison);
+
+}  // namespace Companion

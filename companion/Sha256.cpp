@@ -1,0 +1,64 @@
+#include "companion/Sha256.h"
+
+#include <fcntl.h>
+#include <gcrypt.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "companion/Trouble.h"
+
+namespace Companion {
+
+namespace {
+
+struct Closer {
+  using pointer = gcry_md_hd_t;
+  void operator()(gcry_md_hd_t digest) const { gcry_md_close(digest); }
+};
+using Digest = std::unique_ptr<gcry_md_hd_t, Closer>;
+
+Digest newDigest() {
+  // The library wants to be asked its version first; a second time does no harm.
+  gcry_md_hd_t digest = nullptr;
+  if (gcry_check_version(nullptr) == nullptr || gcry_md_open(&digest, GCRY_MD_SHA256, 0) != 0) {
+    throw Trouble("SHA-256 is not available.");
+  }
+  return Digest(digest);
+}
+
+}  // namespace
+
+std::string sha256OfFile(const std::string& path) {
+  const Digest digest = newDigest();
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) {
+    throwError(path, "It cannot be opened", errno);
+  }
+  std::array<char, 65536> buffer{};
+  ssize_t size = 0;
+  do {
+    size = ::read(descriptor, buffer.data(), buffer.size());
+    if (size > 0) {
+      gcry_md_write(digest.get(), buffer.data(), static_cast<std::size_t>(size));
+    }
+  } while (size > 0 || (size < 0 && errno == EINTR));
+  const int error = errno;
+  ::close(descriptor);
+  if (size < 0) {
+    throwError(path, "It cannot be read", error);
+  }
+  std::string digits;
+  const std::uint8_t* bytes = gcry_md_read(digest.get(), GCRY_MD_SHA256);
+  for (std::size_t i = 0; i < gcry_md_get_algo_dlen(GCRY_MD_SHA256); ++i) {
+    digits += fmt::format("{:02x}", bytes[i]);
+  }
+  return digits;
+}
+
+}  // namespace Companion

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+#include "companion/Picture.h"
+
+namespace Companion {
+
+/// The picture as an SVG file of its own: no scripts, nothing from elsewhere, light or dark as the
+/// viewer is. The same picture gives the same bytes, in UTF-8.
+std::string svgOf(const Picture& picture);
+
+}  // namespace Companion

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+#include "companion/Picture.h"
+
+namespace Companion {
+
+/// The picture in lines of at most 80 columns: in UTF-8 with blocks, or in ASCII alone.
+std::string terminalPictureOf(const Picture& picture, bool ascii);
+
+}  // namespace Companion

@@ -1,0 +1,11 @@
+#include "companion/Trouble.h"
+
+#include <system_error>
+
+namespace Companion {
+
+void throwError(const std::string& path, const std::string& what, int error) {
+  throw Trouble(path + ": " + what + ". " + std::generic_category().message(error) + ".");
+}
+
+}  // namespace Companion

@@ -1,0 +1,122 @@
+#include "companion/Verify.h"
+
+#include <sys/stat.h>
+
+#include <memory>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "companion/NewFile.h"
+#include "companion/Proof.h"
+
+namespace Companion {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// Of the layout of receipts, which docs/history-db.md describes. To be changed with it.
+constexpr int receiptVersion = 1;
+
+Json jsonOf(const FileContents& file, SchemaFound schema) {
+  return {{"file", file.path},
+          {"schema", nameOf(schema)},
+          {"size", file.size},
+          {"sha256", file.sha256}};
+}
+
+Json jsonOf(const TableComparison& table) {
+  return {{"name", table.name},
+          {"originalRows", table.originalRows},
+          {"convertedRows", table.convertedRows},
+          {"values", table.values},
+          {"differences", table.differences}};
+}
+
+Json jsonOf(const Difference& difference) {
+  Json json = Json::object();
+  if (!difference.table.empty()) {
+    json["table"] = difference.table;
+  }
+  if (difference.key) {
+    json["key"] = *difference.key;
+  }
+  if (difference.row) {
+    json["row"] = *difference.row;
+  }
+  if (!difference.place.empty()) {
+    json["place"] = difference.place;
+  }
+  json["what"] = difference.what;
+  return json;
+}
+
+template <class List>
+Json listOf(const List& list) {
+  Json json = Json::array();
+  for (const auto& element : list) {
+    json.push_back(jsonOf(element));
+  }
+  return json;
+}
+
+/// The outcome as a document, a receipt or what `--json` prints.
+std::string documentOf(const Proof& proof) {
+  const Comparison& comparison = proof.comparison;
+  const Json json = {{"receipt", receiptVersion},
+                     {"program", "history-db " HISTORY_DB_VERSION},
+                     {"from", 0},
+                     {"to", 1},
+                     {"verdict", comparison.isEqual() ? "equal" : "differs"},
+                     {"differences", comparison.differences},
+                     {"original", jsonOf(proof.original, comparison.originalSchema)},
+                     {"converted", jsonOf(proof.converted, comparison.convertedSchema)},
+                     {"tables", listOf(comparison.tables)},
+                     {"told", listOf(comparison.told)},
+                     {"notes", comparison.notes}};
+  // A path may be no UTF-8.
+  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+/// A receipt in the making. Throws Trouble when it would take the place of a file that is read.
+std::unique_ptr<NewFile> beginReceipt(const VerifyOptions& options) {
+  for (const std::string& path : {options.original, options.converted}) {
+    struct stat receipt = {};
+    if (::stat(options.receipt.c_str(), &receipt) == 0 && isSameFile(receipt, regularFile(path))) {
+      throw Trouble(options.receipt + ": The receipt would replace a file that is to be verified.");
+    }
+  }
+  return std::make_unique<NewFile>(options.receipt, options.force);
+}
+
+}  // namespace
+
+Status verify(const VerifyOptions& options, Console& console) {
+  std::unique_ptr<NewFile> receipt;
+  if (!options.receipt.empty()) {
+    receipt = beginReceipt(options);
+  }
+  Proof proof = prove(options.original, options.converted);
+  const Comparison& comparison = proof.comparison;
+  if (isSameFile(regularFile(options.original), regularFile(options.converted))) {
+    proof.comparison.notes.emplace_back("Both are the same file.");
+  }
+  if (receipt != nullptr) {
+    receipt->write(documentOf(proof));
+    receipt->finish();
+  }
+  if (!options.quiet && options.json) {
+    console.print(documentOf(proof));
+  } else if (!options.quiet) {
+    console.print(textOf(comparison));
+    console.print(
+        comparison.isEqual()
+            ? fmt::format("{} holds every value of {}.\n", options.converted, options.original)
+            : fmt::format("{} is not what {} converts to; differences {}.\n", options.converted,
+                          options.original, comparison.differences));
+  }
+  return comparison.isEqual() ? Status::Fine : Status::Findings;
+}
+
+}  // namespace Companion

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include "companion/Console.h"
+#include "companion/Trouble.h"
+
+namespace Companion {
+
+struct VerifyOptions {
+  /// The file that was converted, of schema 0.
+  std::string original;
+  /// What came out, of schema 1.
+  std::string converted;
+  bool json = false;
+  bool quiet = false;
+  /// Where a receipt goes; none when it is empty.
+  std::string receipt;
+  bool force = false;
+};
+
+/// Proves a conversion from schema 0 to 1, value by value. Findings when anything differs.
+Status verify(const VerifyOptions& options, Console& console);
+
+}  // namespace Companion
