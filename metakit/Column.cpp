@@ -237,7 +237,7 @@ BytesColumn::Place BytesColumn::storedPlace(std::int32_t row) const {
     place.kind = Place::Kind::Inline;
     place.block = {_data.block.position + storedOffset(row), _sizes.stored(row)};
   }
-  place.bytes = bytesOf(_source, place.block);
+  place.bytes = _source != nullptr ? _source->itemBytes(place.block) : nullptr;
   return place;
 }
 

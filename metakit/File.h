@@ -26,6 +26,9 @@ class File {
   /// REQUIRES: offset + size <= length(), and the bytes are not cut off afterwards.
   virtual const std::uint8_t* bytes(std::int64_t offset, std::size_t size) = 0;
 
+  /// Lets the bytes that were given out leave memory; each comes back when it is looked at again.
+  virtual void letGo() {}
+
   /// Writes all the bytes at once, past the end as well.
   virtual int write(std::int64_t offset, const void* bytes, std::size_t size) = 0;
 

@@ -65,6 +65,14 @@ const std::uint8_t* PosixFile::bytes(std::int64_t offset, std::size_t size) {
   return _mappings.back().start + start;
 }
 
+// The pages stay in the system's cache. That they do not count as this process's any more is of use
+// to it alone, so an error is none.
+void PosixFile::letGo() {
+  for (const Mapping& mapping : _mappings) {
+    ::madvise(mapping.start, mapping.size, MADV_DONTNEED);
+  }
+}
+
 bool PosixFile::map(std::uint64_t size) {
   if (size > static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max())) {
     return false;
@@ -74,6 +82,8 @@ bool PosixFile::map(std::uint64_t size) {
   if (mapped == MAP_FAILED) {
     return false;
   }
+  // From now on the new one is looked at, as a rule.
+  letGo();
   _mappings.push_back({static_cast<std::uint8_t*>(mapped), room});
   return true;
 }

@@ -40,11 +40,25 @@ class Source {
                : _file->bytes(_base + block.position, static_cast<std::size_t>(block.size));
   }
 
+  /// As bytes(), for one of many items: a run through all of them does not keep them in memory.
+  const std::uint8_t* itemBytes(Extent block) {
+    _itemsHeld += block.size;
+    if (_itemsHeld > mostItemsHeld) {
+      _file->letGo();
+      _itemsHeld = block.size;
+    }
+    return bytes(block);
+  }
+
  private:
+  static constexpr std::int64_t mostItemsHeld = 256 * 1024;
+
   std::unique_ptr<File> _file;
   std::int64_t _base;
   std::int32_t _limit;
   ByteOrder _order;
+  /// Bytes of items that were asked for since the file let go of them.
+  std::int64_t _itemsHeld = 0;
 };
 
 }  // namespace Metakit
