@@ -17,6 +17,7 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bench/CountedFiles.h"
@@ -319,16 +320,16 @@ void compareScans(benchmark::State& state, const c4_View& view) {
   std::generate(keys.begin(), keys.end(), [row = 0]() mutable { return keyOf(row++); });
   std::vector<double> inView;
   std::vector<double> inArray;
-  int missing = 1;
+  const volatile int missing = 1;
   for ([[maybe_unused]] auto each : state) {
     int found = 0;
     inArray.push_back(secondsOf([&] {
-      benchmark::DoNotOptimize(missing);
-      benchmark::DoNotOptimize(found = findInArray(keys, missing));
+      found = findInArray(keys, missing);
+      benchmark::DoNotOptimize(std::as_const(found));
     }));
     inView.push_back(secondsOf([&] {
-      benchmark::DoNotOptimize(missing);
-      benchmark::DoNotOptimize(found = findInView(view, missing));
+      found = findInView(view, missing);
+      benchmark::DoNotOptimize(std::as_const(found));
     }));
     require(found == -1 && view.GetSize() == scannedKeys, "the keys are not those expected");
     state.SetIterationTime(inView.back());

@@ -3,7 +3,9 @@
 #include <sched.h>
 
 #include <algorithm>
+#include <functional>
 #include <numeric>
+#include <utility>
 
 namespace Bench {
 
@@ -27,6 +29,12 @@ double fastestTenth(std::vector<double> values) {
 
 double mean(const std::vector<double>& values) {
   return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
+}
+
+double medianOfRatios(const std::vector<double>& over, const std::vector<double>& under) {
+  std::vector<double> ratios(over.size());
+  std::transform(over.begin(), over.end(), under.begin(), ratios.begin(), std::divides<>());
+  return median(std::move(ratios));
 }
 
 AheadOfOthers::AheadOfOthers() {

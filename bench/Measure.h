@@ -23,6 +23,9 @@ double median(std::vector<double> values);
 /// What one in ten values is below: what an action takes when nothing else keeps the machine busy.
 double fastestTenth(std::vector<double> values);
 double mean(const std::vector<double>& values);
+/// The median of over[i] / under[i]: what was measured in the same round was disturbed alike.
+/// REQUIRES: there are values, as many of the one as of the other.
+double medianOfRatios(const std::vector<double>& over, const std::vector<double>& under);
 
 /// Lets this process go ahead of all others that are busy, while the object lives; without the
 /// rights for that, it changes nothing.

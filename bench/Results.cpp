@@ -1,12 +1,17 @@
 // Prints one table of what the benchmarks measured: bench_results FILE.json...
 // Status 1 when a goal is missed, 2 when there is no sound result.
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdio>
 #include <exception>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -25,51 +30,107 @@ bool isGoal(const std::string& name) {
 
 std::string numberText(double value) {
   char text[32];
-  std::snprintf(text, sizeof text, value >= 100 ? "%.0f" : "%.2f", value);
+  std::snprintf(text, sizeof text, value >= 100 ? "%.0f" : value >= 10 ? "%.1f" : "%.3f", value);
   return text;
 }
 
-void printLine(const std::string& benchmark, const std::string& what, const std::string& measured,
-               const std::string& goal, const std::string& outcome) {
-  std::printf("| %-20s | %-33s | %12s | %12s | %-6s |\n", benchmark.c_str(), what.c_str(),
-              measured.c_str(), goal.c_str(), outcome.c_str());
+/// Where no measurement could be taken: "missing: NAME" stands for the NAME of what is not
+/// installed.
+const std::string missingPrefix = "missing: ";
+
+bool isMissing(const std::string& name) {
+  return name.compare(0, missingPrefix.size(), missingPrefix) == 0;
 }
 
-/// Whether all goals of a benchmark are met.
-bool printBenchmark(const nlohmann::json& run) {
+constexpr std::size_t columnCount = 5;
+using Line = std::array<std::string, columnCount>;
+
+struct Results {
+  std::vector<Line> lines{{"benchmark", "what", "measured", "goal", ""}};
+  std::set<std::string> missing;
+  bool met = true;
+};
+
+void add(Results& results, const std::string& benchmark, const std::string& what, double measured,
+         std::optional<double> goal) {
+  if (!goal) {
+    results.lines.push_back({benchmark, what, numberText(measured), "", ""});
+    return;
+  }
+  const bool met = measured <= *goal;
+  results.met = results.met && met;
+  results.lines.push_back(
+      {benchmark, what, numberText(measured), "<= " + numberText(*goal), met ? "met" : "MISSED"});
+}
+
+void addBenchmark(Results& results, const nlohmann::json& run) {
   const std::string full = run.at("name");
   const std::string name = full.substr(0, full.find("/iterations:"));
-  bool met = true;
   for (const auto& [what, value] : run.items()) {
     if (!value.is_number() || general.count(what) > 0 || isGoal(what)) {
       continue;
     }
-    const double measured = value;
-    const auto goal = run.find(what + goalSuffix);
-    if (goal == run.end()) {
-      printLine(name, what, numberText(measured), "", "");
+    if (isMissing(what)) {
+      results.missing.insert(what.substr(missingPrefix.size()));
       continue;
     }
-    const double most = *goal;
-    met = met && measured <= most;
-    printLine(name, what, numberText(measured), "<= " + numberText(most),
-              measured <= most ? "met" : "MISSED");
+    const auto goal = run.find(what + goalSuffix);
+    add(results, name, what, value,
+        goal != run.end() ? std::optional<double>(*goal) : std::nullopt);
   }
-  return met;
+}
+
+constexpr bool isNumberColumn(std::size_t column) {
+  return column == 2 || column == 3;
+}
+
+void printLine(const Line& line, const std::array<int, columnCount>& widths) {
+  for (std::size_t i = 0; i < columnCount; ++i) {
+    std::printf("| %*s ", isNumberColumn(i) ? widths[i] : -widths[i], line[i].c_str());
+  }
+  std::printf("|\n");
+}
+
+void printRuler(const std::array<int, columnCount>& widths) {
+  for (std::size_t i = 0; i < columnCount; ++i) {
+    const std::string dashes(static_cast<std::size_t>(widths[i]) + 1, '-');
+    std::printf("|%s%c", dashes.c_str(), isNumberColumn(i) ? ':' : '-');
+  }
+  std::printf("|\n");
+}
+
+void print(const Results& results) {
+  std::array<int, columnCount> widths{};
+  for (const Line& line : results.lines) {
+    for (std::size_t i = 0; i < columnCount; ++i) {
+      widths[i] = std::max(widths[i], static_cast<int>(line[i].size()));
+    }
+  }
+  printLine(results.lines.front(), widths);
+  printRuler(widths);
+  for (auto line = results.lines.begin() + 1; line != results.lines.end(); ++line) {
+    printLine(*line, widths);
+  }
+  if (!results.missing.empty()) {
+    std::string names;
+    for (const std::string& name : results.missing) {
+      names += (names.empty() ? "" : ", ") + name;
+    }
+    std::printf("\n%s%s\n", missingPrefix.c_str(), names.c_str());
+  }
 }
 
 int printAll(int argc, char** argv) {
-  bool met = true;
-  printLine("benchmark", "what", "measured", "goal", "");
-  std::printf("|---|---|--:|--:|---|\n");
+  Results results;
   for (int i = 1; i < argc; ++i) {
     std::ifstream file(argv[i]);
-    const auto results = nlohmann::json::parse(file);
-    for (const auto& run : results.at("benchmarks")) {
-      met = printBenchmark(run) && met;
+    const auto json = nlohmann::json::parse(file);
+    for (const auto& run : json.at("benchmarks")) {
+      addBenchmark(results, run);
     }
   }
-  return met ? 0 : 1;
+  print(results);
+  return results.met ? 0 : 1;
 }
 
 }  // namespace

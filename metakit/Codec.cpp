@@ -173,6 +173,23 @@ int packedWidthOf(std::int32_t rows, std::int32_t size) {
   return width <= 32 && (width & (width - 1)) == 0 ? static_cast<int>(width) : -1;
 }
 
+std::int32_t packedGetNarrow(const std::uint8_t* column, int width, std::int32_t index,
+                             ByteOrder order) {
+  const auto at = static_cast<std::ptrdiff_t>(index);
+  switch (width) {
+    case 0:
+      return 0;
+    case 8:
+      return static_cast<std::int8_t>(column[at]);
+    case 16:
+      return loadInteger<std::int16_t>(column + at * 2, order);
+    default: {
+      const std::int64_t bit = static_cast<std::int64_t>(index) * width;
+      return column[bit / 8] >> (bit % 8) & ((1 << width) - 1);
+    }
+  }
+}
+
 void packedPut(std::uint8_t* column, int width, std::int32_t index, std::int32_t value,
                ByteOrder order) {
   switch (width) {

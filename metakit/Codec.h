@@ -126,24 +126,17 @@ std::int64_t packedSize(std::int32_t rows, int width);
 /// The width of a stored column of `rows` > 0 values in `size` bytes; -1 when no width fits.
 int packedWidthOf(std::int32_t rows, std::int32_t size);
 
+/// Value `index` of a column of fewer than 32 bits a value. REQUIRES: the column holds it.
+std::int32_t packedGetNarrow(const std::uint8_t* column, int width, std::int32_t index,
+                             ByteOrder order);
+
 /// Value `index` of a column. REQUIRES: the column holds it.
 inline std::int32_t packedGet(const std::uint8_t* column, int width, std::int32_t index,
                               ByteOrder order) {
-  const auto at = static_cast<std::ptrdiff_t>(index);
-  switch (width) {
-    case 0:
-      return 0;
-    case 8:
-      return static_cast<std::int8_t>(column[at]);
-    case 16:
-      return loadInteger<std::int16_t>(column + at * 2, order);
-    case 32:
-      return loadInteger<std::int32_t>(column + at * 4, order);
-    default: {
-      const std::int64_t bit = static_cast<std::int64_t>(index) * width;
-      return column[bit / 8] >> (bit % 8) & ((1 << width) - 1);
-    }
-  }
+  // Keys, which are looked through one by one, have 32 bits.
+  return width == 32
+             ? loadInteger<std::int32_t>(column + static_cast<std::ptrdiff_t>(index) * 4, order)
+             : packedGetNarrow(column, width, index, order);
 }
 
 /// REQUIRES: the column has room for value `index`, and `width` holds `value`.
