@@ -812,7 +812,7 @@ std::optional<Inspection> inspectOlder(const Inspection& last) {
   }
   for (std::int64_t at = last.length - 1; at >= markSize && effort < mostEffort; --at) {
     // What every root walk begins with.
-    const auto commit = last.bytes[at] == 0x80 && at < header.value
+    const auto commit = at < header.value && last.bytes[at] == 0x80
                             ? rootWalkAt(last, at, header, effort)
                             : std::nullopt;
     if (commit) {
