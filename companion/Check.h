@@ -29,6 +29,7 @@ constexpr std::size_t mostFindings = 1000;
 /// together no more than `mostFindings`. Throws Trouble when it cannot be read or is no datafile.
 std::vector<Finding> findingsIn(const std::string& path);
 
+/// What check() is to look at, and how.
 struct CheckOptions {
   std::vector<std::string> files;
   bool json = false;

@@ -52,6 +52,7 @@ struct Difference {
   std::string what;
 };
 
+/// What was found of one table.
 struct TableComparison {
   const char* name = "";
   std::size_t originalRows = 0;

@@ -7,6 +7,7 @@
 
 namespace Companion {
 
+/// What copy() is to copy, and where to.
 struct CopyOptions {
   std::string file;
   std::string newFile;

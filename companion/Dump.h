@@ -10,6 +10,7 @@
 
 namespace Companion {
 
+/// What dump() is to print, and in which form.
 struct DumpOptions {
   std::string file;
   /// "json", "jsonl" or "csv".

@@ -8,6 +8,7 @@
 
 namespace Companion {
 
+/// What info() is to tell of, and how.
 struct InfoOptions {
   std::vector<std::string> files;
   bool json = false;

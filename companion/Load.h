@@ -7,6 +7,7 @@
 
 namespace Companion {
 
+/// What load() is to make a database of.
 struct LoadOptions {
   /// What `dump` printed; "-" is standard input.
   std::string document;

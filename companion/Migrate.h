@@ -7,6 +7,7 @@
 
 namespace Companion {
 
+/// What migrate() is to convert, and where to.
 struct MigrateOptions {
   /// The database, of schema 0.
   std::string file;

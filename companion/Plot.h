@@ -10,6 +10,7 @@
 
 namespace Companion {
 
+/// What plot() is to draw, and in which form.
 struct PlotOptions {
   std::string file;
   /// The table; the first one with records when it is empty.

@@ -8,6 +8,7 @@
 
 namespace Companion {
 
+/// What sample() is to make up.
 struct SampleOptions {
   std::string file;
   int schema = 0;

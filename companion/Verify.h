@@ -7,6 +7,7 @@
 
 namespace Companion {
 
+/// What verify() is to hold against what.
 struct VerifyOptions {
   /// The file that was converted, of schema 0.
   std::string original;

@@ -146,6 +146,7 @@ extern template class c4_Ref<'B'>;
 extern template class c4_Ref<'S'>;
 extern template class c4_Ref<'V'>;
 
+/// A cell of type I, 32 bits.
 class c4_IntRef : public c4_Ref<'I'> {
  public:
   using c4_Ref::c4_Ref;
@@ -153,6 +154,7 @@ class c4_IntRef : public c4_Ref<'I'> {
   c4_IntRef& operator=(t4_i32 value);
 };
 
+/// A cell of type L, 64 bits.
 class c4_LongRef : public c4_Ref<'L'> {
  public:
   using c4_Ref::c4_Ref;
@@ -160,6 +162,7 @@ class c4_LongRef : public c4_Ref<'L'> {
   c4_LongRef& operator=(t4_i64 value);
 };
 
+/// A cell of type F, kept in single precision.
 class c4_FloatRef : public c4_Ref<'F'> {
  public:
   using c4_Ref::c4_Ref;
@@ -167,6 +170,7 @@ class c4_FloatRef : public c4_Ref<'F'> {
   c4_FloatRef& operator=(double value);
 };
 
+/// A cell of type D, double precision.
 class c4_DoubleRef : public c4_Ref<'D'> {
  public:
   using c4_Ref::c4_Ref;
@@ -174,6 +178,7 @@ class c4_DoubleRef : public c4_Ref<'D'> {
   c4_DoubleRef& operator=(double value);
 };
 
+/// A cell of type B.
 class c4_BytesRef : public c4_Ref<'B'> {
  public:
   using c4_Ref::c4_Ref;
@@ -183,6 +188,7 @@ class c4_BytesRef : public c4_Ref<'B'> {
   c4_BytesRef& operator=(const c4_Bytes& value);
 };
 
+/// A cell of type S, up to its NUL.
 class c4_StringRef : public c4_Ref<'S'> {
  public:
   using c4_Ref::c4_Ref;
@@ -193,6 +199,7 @@ class c4_StringRef : public c4_Ref<'S'> {
   c4_StringRef& operator=(const char* value);
 };
 
+/// A cell of type V, a nested table.
 class c4_ViewRef : public c4_Ref<'V'> {
  public:
   using c4_Ref::c4_Ref;

@@ -14,7 +14,9 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "history records are li
 static_assert(sizeof(double) == 8 && std::numeric_limits<double>::is_iec559,
               "history records hold IEEE 754 binary64 values");
 
+/// The current day and those before it.
 constexpr int dayCount = 9;
+/// The current month and those before it.
 constexpr int monthCount = 14;
 
 /// How many bytes at the end of every period, all of them padding, a shift leaves in place.
