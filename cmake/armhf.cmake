@@ -14,5 +14,12 @@ set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L ${sysroot})
 
 # A library of this machine cannot be linked; what is headers alone may be its.
 set(CMAKE_FIND_ROOT_PATH ${sysroot})
+# More libraries: a folder with Debian packages that were unpacked in it.
+if(ARMHF_LIBRARIES)
+  list(APPEND CMAKE_FIND_ROOT_PATH ${ARMHF_LIBRARIES})
+  include_directories(SYSTEM ${ARMHF_LIBRARIES}/usr/include/arm-linux-gnueabihf)
+  # What they need themselves.
+  add_link_options(-Wl,-rpath-link,${ARMHF_LIBRARIES}/lib/arm-linux-gnueabihf)
+endif()
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
