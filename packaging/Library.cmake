@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 the history-convert authors
+# SPDX-License-Identifier: MIT
+
 # The layers of the device software as one library, its headers and the CMake package. The programs are
 # built of the libraries of the layers, which hold their dependencies to what ARCHITECTURE.md allows.
 

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 the history-convert authors
+# SPDX-License-Identifier: MIT
+
 # The manuals of man/ and the completions of the shells in completions/.
 
 function(install_manuals component)

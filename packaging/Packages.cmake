@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 the history-convert authors
+# SPDX-License-Identifier: MIT
+
 # Debian packages of what is installed, one for each component; `./dev package` makes them.
 
 file(STRINGS changelog entry LIMIT_COUNT 1)
