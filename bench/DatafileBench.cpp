@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // What the rows of a history table cost in a datafile: written, one commit each, looked up by key,
 // and opened again.
 

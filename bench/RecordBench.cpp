@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // What a history record costs to be converted to the next schema, compared with a copy of its
 // bytes.
 

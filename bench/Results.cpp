@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // Prints one table of what the benchmarks measured: bench_results FILE.json...
 // Status 1 when a goal is missed, 2 when there is no sound result.
 

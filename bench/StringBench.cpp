@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // What the strings of rtk/string cost, compared with those of the standard library.
 
 #include <benchmark/benchmark.h>

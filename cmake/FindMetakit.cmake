@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 the history-convert authors
+# SPDX-License-Identifier: MIT
+
 # Finds an installed Metakit: its header mk4.h and its library, named mk4 or mk4_static. Gives the
 # target Metakit::mk4. Tell where it is installed by CMAKE_PREFIX_PATH.
 

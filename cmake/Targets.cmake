@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 the history-convert authors
+# SPDX-License-Identifier: MIT
+
 # How the project's libraries, programs and tests are built.
 #
 #   core_library(NAME [OPTIONS TARGET] [SOURCES ...] HEADERS ... [DEPENDS ...])

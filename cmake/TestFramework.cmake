@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 the history-convert authors
+# SPDX-License-Identifier: MIT
+
 # GoogleTest as GTest::gtest and GTest::gtest_main. For another machine there is no package of it: it
 # is built from the sources that the Debian package googletest has.
 

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 the history-convert authors
+# SPDX-License-Identifier: MIT
+
 # Builds for 32-bit ARM, the processor of the device, with the Debian package g++-arm-linux-gnueabihf.
 # What is built runs here under the emulator of the package qemu-user.
 

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 the history-convert authors
+# SPDX-License-Identifier: MIT
+
 # Completion of history-convert for fish.
 
 function __history_convert_has

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 the history-convert authors
+# SPDX-License-Identifier: MIT
+
 # Completion of history-db for bash.
 
 # The options of a subcommand, or those before it.

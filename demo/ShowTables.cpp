@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // Shows what the history tables of a database file hold: `show-tables FILE`.
 
 #include <mk4.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // Writes the inputs that a fuzzer begins with into folders: FOLDER/TARGET has those that it works
 // on, FOLDER/heavy-TARGET those that take too long for that and just have to be got over.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 /// Random numbers from the random device of the system, which supplies the keys of records that are

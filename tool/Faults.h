@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 /// Makes what the system would end the process for without a word end it with a record on standard

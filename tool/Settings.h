@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // What the command line said. Written by main before any other thread exists, only read afterwards.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // What whole conversions cost, from the start of the program to its end: beside the least that any
 // program would take, beside the same job on other databases, and by themselves.
 

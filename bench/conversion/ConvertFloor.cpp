@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // convert-floor ZONES OUTFILE: what no program can do without that has each new record on the
 // device before the next one. Writes as many bytes as the records of one system and ZONES zones
 // have, end to end, each followed by sync().

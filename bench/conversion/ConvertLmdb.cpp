@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // convert-lmdb INFILE OUTFILE: the conversion of history-convert, into a database of LMDB, each row
 // a transaction that is on the device when it is done. A key that is there is refused.
 

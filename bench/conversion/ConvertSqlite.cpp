@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // convert-sqlite INFILE OUTFILE: the conversion of history-convert, into a database of SQLite, each
 // row a transaction that is on the device when it is done. The primary key refuses a key that is
 // there.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // The C++ Actor Framework: an actor with a thread of its own.
 
 #include <caf/all.hpp>

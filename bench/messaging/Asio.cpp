@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // Boost.Asio: a context that one thread runs, and promises of the answers.
 
 #include <boost/asio/executor_work_guard.hpp>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // The least that a wake-up there and one back take: two semaphores, and a value that both sides
 // see.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // What a request to another thread takes until its answer is there, and what a message takes that
 // has none: the framework and its peers, turn and turn about. A counter `missing: ...` names what
 // could not be measured on this machine.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // In the place of the peers whose libraries are not installed.
 
 #include "bench/messaging/Peer.h"

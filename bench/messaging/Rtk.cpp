@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // Messages of the framework: requests as the proxies of the database send them.
 
 #include <sched.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // What the standard library has for it: a queue under a mutex and a condition variable, and
 // promises of the answers.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Helpers over plain NUL-terminated character arrays. They work in place or return a pointer into

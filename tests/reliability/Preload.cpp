@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // A library that is loaded before the C library and does to the program, at a call that can be
 // chosen, what the system may do to it at any. The environment tells what:
 //

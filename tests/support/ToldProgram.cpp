@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
 // Does nothing but what it is told: `told_program OUTPUT [ERROR [STATUS]]` writes a text to
 // standard output, another one to standard error, and ends with a status.
 
