@@ -20,6 +20,7 @@
 #include "companion/NewDatabase.h"
 #include "tests/support/Child.h"
 #include "tests/support/Golden.h"
+#include "tests/support/Nobody.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -318,11 +319,13 @@ TEST_F(MigrateTest, NeedsSpace) {
 /// A user who has no rights but those that the modes of files give.
 TEST_F(MigrateTest, TellsThatTheFolderCannotBeWritten) {
   ASSERT_EQ(::chmod(folder.path("").c_str(), 0555), 0);
+  TestSupport::Reachable reachable;
+  const std::string program = reachable.copy(HISTORY_DB);
+  // It stands beside that.
+  reachable.copy(HISTORY_CONVERT);
   const Outcome outcome = TestSupport::inChild([&] {
-    if (::geteuid() == 0 && (::setgid(61234) != 0 || ::setuid(61234) != 0)) {
-      std::abort();
-    }
-    TestSupport::execute({HISTORY_DB, "migrate", "-q", file});
+    TestSupport::becomeNobody();
+    TestSupport::execute({program, "migrate", "-q", file});
   });
   EXPECT_EQ(outcome,
             (Outcome{2, "",

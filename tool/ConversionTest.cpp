@@ -17,6 +17,7 @@
 
 #include "tests/support/Child.h"
 #include "tests/support/Golden.h"
+#include "tests/support/Nobody.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -96,15 +97,12 @@ class ConversionRunTest : public ConversionTest {
 
   /// The same as somebody who may do no more than the modes of files allow.
   Outcome convertAsNobody(const std::string& from, const std::string& to) {
+    ::chmod(folder.path("").c_str(), 0777);
+    TestSupport::Reachable reachable;
+    const std::string program = reachable.copy(HISTORY_CONVERT);
     return TestSupport::inChild([&] {
-      if (::geteuid() == 0) {
-        ::chmod(folder.path("").c_str(), 0777);
-        constexpr uid_t nobody = 65534;
-        if (::setresuid(nobody, nobody, nobody) != 0) {
-          std::abort();
-        }
-      }
-      TestSupport::execute({HISTORY_CONVERT, from, "0", to, "1"});
+      TestSupport::becomeNobody();
+      TestSupport::execute({program, from, "0", to, "1"});
     });
   }
 

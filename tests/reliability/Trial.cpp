@@ -3,7 +3,6 @@
 
 #include "tests/reliability/Trial.h"
 
-#include <grp.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -16,15 +15,14 @@
 
 #include <mk4.h>
 
+#include "tests/support/Nobody.h"
+
 namespace Reliability {
 
 namespace {
 
 constexpr unsigned int secondsForARun = 10;
 constexpr long mostMemory = 256 * 1024;
-
-/// Of no account on any machine, so that no process of another user counts.
-constexpr uid_t nobody = 61234;
 
 /// The largest resident memory of any child so far, in KiB.
 long peak() {
@@ -33,17 +31,16 @@ long peak() {
   return usage.ru_maxrss;
 }
 
-void befall(const Mishap& mishap) {
+void befall(const Mishap& mishap, const std::string& library = PRELOAD) {
   for (const auto& [name, value] : mishap) {
     ::setenv(name.c_str(), value.c_str(), 1);
   }
   if (!mishap.empty()) {
     // An emulator is to pass it on, and not to load the library itself.
-    const std::string preload = std::string("LD_PRELOAD=") + PRELOAD;
     if (TestSupport::emulated()) {
-      ::setenv("QEMU_SET_ENV", preload.c_str(), 1);
+      ::setenv("QEMU_SET_ENV", ("LD_PRELOAD=" + library).c_str(), 1);
     } else {
-      ::setenv("LD_PRELOAD", PRELOAD, 1);
+      ::setenv("LD_PRELOAD", library.c_str(), 1);
     }
   }
   // Not every environment leaves them as they are.
@@ -52,16 +49,6 @@ void befall(const Mishap& mishap) {
   }
   // A run that hangs ends with a signal.
   ::alarm(secondsForARun);
-}
-
-void becomeNobody() {
-  if (::geteuid() != 0) {
-    return;
-  }
-  if (::setgroups(0, nullptr) != 0 || ::setresgid(nobody, nobody, nobody) != 0 ||
-      ::setresuid(nobody, nobody, nobody) != 0) {
-    std::abort();
-  }
 }
 
 bool isSameTime(const timespec& a, const timespec& b) {
@@ -104,13 +91,24 @@ Outcome Trial::run(const std::vector<std::string>& arguments, const Mishap& mish
   return outcome;
 }
 
-Outcome Trial::runAsNobody(const std::vector<std::string>& arguments, const Mishap& mishap) {
+Outcome Trial::runAsNobody(std::vector<std::string> arguments, const Mishap& mishap) {
   ::chmod(folder.path("").c_str(), 0777);
-  return TestSupport::inChild([&] {
-    befall(mishap);
-    becomeNobody();
+  TestSupport::Reachable reachable;
+  const std::string program = arguments[0];
+  arguments[0] = reachable.copy(program);
+  const std::string library = reachable.copy(PRELOAD);
+  Outcome outcome = TestSupport::inChild([&] {
+    befall(mishap, library);
+    TestSupport::becomeNobody();
     TestSupport::execute(arguments);
   });
+  // It calls itself what it was called.
+  std::string& text = outcome.standardError;
+  for (std::size_t at = text.find(arguments[0]); at != std::string::npos;
+       at = text.find(arguments[0], at + program.size())) {
+    text.replace(at, arguments[0].size(), program);
+  }
+  return outcome;
 }
 
 void Trial::makeInfile(const std::string& bytes) {

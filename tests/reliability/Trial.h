@@ -48,7 +48,7 @@ class Trial : public ::testing::Test {
               const std::string& under = "");
   /// The same for a user who has no rights but those that the modes of files give, and no process
   /// elsewhere.
-  Outcome runAsNobody(const std::vector<std::string>& arguments, const Mishap& mishap = {});
+  Outcome runAsNobody(std::vector<std::string> arguments, const Mishap& mishap = {});
 
   void makeInfile(const std::string& bytes);
 
