@@ -34,7 +34,7 @@ Reachable::Reachable() {
 }
 
 std::string Reachable::copy(const std::string& path) {
-  const std::string copied = _folder.path(std::filesystem::path(path).filename().string());
+  std::string copied = _folder.path(std::filesystem::path(path).filename().string());
   std::filesystem::copy_file(path, copied);
   ::chmod(copied.c_str(), 0755);
   return copied;
