@@ -81,7 +81,7 @@ void* paintAndRun(void* argument) {
 }  // namespace
 
 // The linker puts this in the place of pthread_create, under a name of its making.
-// NOLINTBEGIN(bugprone-reserved-identifier)
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier)
 extern "C" {
 int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attribute,
                           void* (*routine)(void*), void* argument);
@@ -93,7 +93,7 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attribute,
   return __real_pthread_create(thread, attribute, paintAndRun, start);
 }
 }
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)
 
 namespace {
 

@@ -17,6 +17,12 @@
 
 namespace {
 
+using Pvn::Database::Metakit::Persist::Service;
+
+/// Never closed or freed: the process ends when all is converted.
+Service* originalService = nullptr;
+Service* convertedService = nullptr;
+
 struct DbMemory {
   alignas(Pvn::Database::Metakit::Persist::dbAlignment) unsigned char bytes
       [Pvn::Database::Metakit::Persist::dbSize];
@@ -25,11 +31,10 @@ struct DbMemory {
 }  // namespace
 
 void convertFromSchema0ToSchema1() {
-  using Pvn::Database::Metakit::Persist::Service;
   checkName("INFILE", originalDatabaseFileName);
   checkName("OUTFILE", convertedDatabaseFileName);
-  auto* originalService = new Service(databaseServer, originalDatabaseFileName);
-  auto* convertedService = new Service(databaseServer, convertedDatabaseFileName);
+  originalService = new Service(databaseServer, originalDatabaseFileName);
+  convertedService = new Service(databaseServer, convertedDatabaseFileName);
   startThread(databaseServer, "databaseServer");
   standStillAtExit(databaseServer);
   originalService->open();

@@ -27,7 +27,7 @@ void note(const void* server) {
 
 // The linker puts these in the place of MailboxServer's two constructors, of a whole object and of
 // a base, under names of its making. On ARM constructors return the object.
-// NOLINTBEGIN(bugprone-reserved-identifier)
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier)
 extern "C" {
 void* __real__ZN3Rtk13MailboxServerC1Ev(void* server);
 void* __real__ZN3Rtk13MailboxServerC2Ev(void* server);
@@ -42,7 +42,7 @@ void* __wrap__ZN3Rtk13MailboxServerC2Ev(void* server) {
   return __real__ZN3Rtk13MailboxServerC2Ev(server);
 }
 }
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)
 
 namespace {
 

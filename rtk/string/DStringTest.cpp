@@ -33,7 +33,7 @@ int Heap::timesFreed = 0;
 }  // namespace
 
 // The names are the linker's.
-// NOLINTBEGIN(bugprone-reserved-identifier)
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier)
 extern "C" {
 void* __real_malloc(std::size_t size);
 void __real_free(void* block);
@@ -50,7 +50,7 @@ void __wrap_free(void* block) {
   __real_free(block);
 }
 }
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)
 
 namespace {
 

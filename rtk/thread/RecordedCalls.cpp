@@ -71,7 +71,7 @@ int RecordedCalls::perform(const std::string& name, const std::string& arguments
 }  // namespace TestSupport
 
 // The linker's --wrap option gives these names to the calls and to what they stand before.
-// NOLINTBEGIN(bugprone-reserved-identifier)
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier)
 
 // Nothing is done before the look at `current`: the runtimes of the sanitizers come here, too, when
 // the program has hardly begun.
@@ -142,4 +142,4 @@ RECORD(backtrace, (void** frames, int limit), (frames, limit), RecordedCalls::pe
 
 }  // extern "C"
 
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)

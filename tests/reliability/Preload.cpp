@@ -305,11 +305,11 @@ int sem_timedwait(sem_t* semaphore, const timespec* limit) {
 }
 
 #ifdef FAILING_ALLOCATIONS
-// NOLINTBEGIN(bugprone-reserved-identifier)
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier)
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)
 
 void* malloc(std::size_t size) noexcept {
   return hasNoMemory() ? nullptr : __libc_malloc(size);
