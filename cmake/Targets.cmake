@@ -7,12 +7,15 @@
 #     A static library, of the device software without OPTIONS: no exceptions,
 #     no RTTI. Every header is compiled alone once, so that each one includes
 #     what it needs.
-#   core_test(NAME [BUSY] [ALONE] [ONE_THREAD] [OPTIONS TARGET] SOURCES ... DEPENDS ...)
+#   core_test(NAME [BUSY] [ALONE] [ONE_THREAD] [UNITY] [OPTIONS TARGET] SOURCES ... DEPENDS ...)
 #     A GoogleTest program; each of its cases becomes a test with a time limit.
 #     Where programs are slow to start, with a sanitizer or under an emulator,
 #     cases share a few processes, unless each has to be ALONE in one. Nothing
 #     when tests are not built, nor with ONE_THREAD when data races are looked
-#     for. What it tests is optimised and checked as the preset says, its own
+#     for. With UNITY, several of its sources are compiled as one, but for the
+#     release build, which sees that each includes what it needs; those with
+#     names in common are left out of that by SKIP_UNITY_BUILD_INCLUSION. What
+#     it tests is optimised and checked as the preset says, its own
 #     code only if it is BUSY itself: most take longer to be compiled than to run.
 
 set(CMAKE_CXX_STANDARD 17)
@@ -128,8 +131,17 @@ function(core_library name)
   target_link_libraries(${name}_headers PRIVATE ${arg_OPTIONS} ${name})
 endfunction()
 
+# compile_as_one(TARGET): several of its sources at a time; behind what else it is linked with. Names of
+# one source may shadow those of another, which they never meet otherwise.
+add_library(compiled_as_one INTERFACE)
+target_compile_options(compiled_as_one INTERFACE -Wno-shadow)
+function(compile_as_one target)
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON)
+  target_link_libraries(${target} PRIVATE compiled_as_one)
+endfunction()
+
 function(core_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "BUSY;ALONE;ONE_THREAD" "OPTIONS" "SOURCES;DEPENDS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "BUSY;ALONE;ONE_THREAD;UNITY" "OPTIONS" "SOURCES;DEPENDS")
   if(NOT BUILD_TESTING OR (arg_ONE_THREAD AND DATA_RACES))
     return()
   endif()
@@ -140,6 +152,9 @@ function(core_test name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_OPTIONS} ${arg_DEPENDS} GTest::gtest_main
     $<$<NOT:$<BOOL:${arg_BUSY}>>:compiled_fast>)
+  if(arg_UNITY AND TEST_PROCESSES)
+    compile_as_one(${name})
+  endif()
 
   # Those that cannot run where the tests are built for, by name.
   list(JOIN TESTS_LEFT_OUT ":" left_out)

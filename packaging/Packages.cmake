@@ -51,6 +51,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
 Message-passing servers on POSIX threads, a database interface with
 synchronous proxies, its service on Metakit datafiles, and the records of
 both schema versions: a static library, its headers and a CMake package.")
+# What includes the headers and links the library cannot do without these.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libc6-dev, libstdc++-12-dev")
 
 if(CMAKE_CROSSCOMPILING)
   # dpkg-shlibdeps knows the packages of this machine alone. These are what it tells there, and what

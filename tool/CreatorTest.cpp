@@ -23,7 +23,7 @@ using TestSupport::Outcome;
 
 static_assert(sizeof(Creator) == sizeof(Rtk::MailboxServer), "a creator has no data of its own");
 
-constexpr char noConversion[] =
+constexpr char noneFromOneToZero[] =
     "tool: No conversion available for the specified input version: \"1\", AND the specified "
     "output "
     "version: \"0\".\n";
@@ -45,7 +45,7 @@ TEST_F(CreatorDeathTest, EndsTheProcessByExit) {
               Creator creator;
               serve(creator);
             }),
-            (Outcome{255, "at exit", noConversion}));
+            (Outcome{255, "at exit", noneFromOneToZero}));
 }
 
 TEST_F(CreatorDeathTest, ServesNoMessage) {
@@ -58,7 +58,7 @@ TEST_F(CreatorDeathTest, ServesNoMessage) {
               creator.post(mark);
               serve(creator);
             }),
-            (Outcome{255, "", noConversion}));
+            (Outcome{255, "", noneFromOneToZero}));
 }
 
 void limitFiles(rlim_t count) {
@@ -78,7 +78,7 @@ TEST_F(CreatorDeathTest, GoesOnWithoutTheRandomSource) {
               Creator creator;
               serve(creator);
             }),
-            (Outcome{255, "", complaint + noConversion}));
+            (Outcome{255, "", complaint + noneFromOneToZero}));
 }
 
 }  // namespace
