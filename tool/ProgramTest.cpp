@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <set>
 #include <string>
 #include <system_error>
@@ -20,7 +21,6 @@
 
 namespace {
 
-using TestSupport::readFile;
 using Names = std::multiset<std::string>;
 
 /// Runs the program with a standard output that is full, so that it is held up in its exit, where
@@ -45,14 +45,19 @@ class ProgramTest : public ::testing::Test {
 
   ~ProgramTest() override { ::close(_pipe[0]); }
 
-  /// The names under which the system shows the threads that the program has now.
+  /// The names under which the system shows the threads that the program has now. One may end
+  /// meanwhile.
   Names threads() const {
+    using Tasks = std::filesystem::directory_iterator;
     Names names;
     std::error_code gone;
-    const std::string tasks = "/proc/" + std::to_string(_program) + "/task";
-    for (const auto& task : std::filesystem::directory_iterator(tasks, gone)) {
-      const std::string name = readFile(task.path() / "comm");
-      names.insert(name.substr(0, name.find('\n')));
+    const std::string folder = "/proc/" + std::to_string(_program) + "/task";
+    for (Tasks task(folder, gone); task != Tasks(); task.increment(gone)) {
+      std::ifstream file(task->path() / "comm");
+      std::string name;
+      if (std::getline(file, name)) {
+        names.insert(name);
+      }
     }
     return names;
   }
