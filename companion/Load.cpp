@@ -292,8 +292,6 @@ class Shapes {
   std::vector<std::pair<const Layout*, Steps>> _records;
 };
 
-using Json = nlohmann::json;
-
 /// Takes what the parser reads, holds it against what has to come, and fills the database.
 class Loader {
  public:
@@ -406,7 +404,8 @@ class Loader {
 
   void parse(const Steps& steps) {
     push(steps);
-    Json::sax_parse(Characters(_source), Characters(), this, Json::input_format_t::json, false);
+    nlohmann::json::sax_parse(Characters(_source), Characters(), this,
+                              nlohmann::json::input_format_t::json, false);
   }
 
   /// Whether nothing but white space follows.

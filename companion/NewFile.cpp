@@ -22,10 +22,10 @@ namespace {
 
 /// The names of the files that are begun, for the signal handler. One that finds no place stays
 /// behind when a signal ends the process; no command begins so many.
-std::array<std::atomic<const char*>, 8> begun;
+std::array<std::atomic<const char*>, 8> begunNames;
 
 void note(const char* path) {
-  for (auto& place : begun) {
+  for (auto& place : begunNames) {
     const char* none = nullptr;
     if (place.compare_exchange_strong(none, path)) {
       return;
@@ -34,7 +34,7 @@ void note(const char* path) {
 }
 
 void forget(const char* path) {
-  for (auto& place : begun) {
+  for (auto& place : begunNames) {
     const char* noted = path;
     place.compare_exchange_strong(noted, nullptr);
   }
@@ -127,7 +127,7 @@ void NewFile::finish() {
 }
 
 void removeNewFiles() {
-  for (const auto& place : begun) {
+  for (const auto& place : begunNames) {
     const char* path = place.load();
     if (path != nullptr) {
       ::unlink(path);

@@ -16,10 +16,9 @@ namespace {
 using Companion::Panel;
 using Companion::Picture;
 using Companion::Tick;
+using PlotTesting::day;
+using PlotTesting::now;
 using PlotTesting::Record;
-
-constexpr double now = 1.7e9;
-constexpr double day = 86400;
 
 /// A day with 3 of everything, a day with 4, a month with 40.
 Record record() {

@@ -82,7 +82,7 @@ std::int64_t noise(const Random& source, std::int64_t time, std::int64_t distanc
 }
 
 /// A period to be filled: its times, and whether nothing was measured in it.
-struct Span {
+struct Stretch {
   std::int64_t begin;
   std::int64_t end;
   bool isGap;
@@ -90,8 +90,8 @@ struct Span {
 
 /// The periods of a record's life that are still known, the oldest first.
 struct Life {
-  std::vector<Span> days;
-  std::vector<Span> months;
+  std::vector<Stretch> days;
+  std::vector<Stretch> months;
 };
 
 /// Of the month that is `back` months before that of `time`.
@@ -148,7 +148,7 @@ class Filler {
       : _layout(layout), _record(record), _birth(birth) {}
 
   template <class Period>
-  void fill(Period& period, const Span& span) const {
+  void fill(Period& period, const Stretch& span) const {
     std::string bytes(reinterpret_cast<const char*>(&period), sizeof(Period));
     std::uint64_t number = 0;
     for (const Field& field : _layout.period) {
@@ -182,7 +182,7 @@ class Filler {
   static constexpr std::uint64_t headerNumber = 1000;
 
   void fillValue(std::string& bytes, const Field& field, int offset, std::uint64_t number,
-                 const Span& span) const {
+                 const Stretch& span) const {
     const std::string_view name = field.name;
     if (beginsWith(name, "time") || beginsWith(name, "max")) {
       return;
@@ -208,7 +208,7 @@ class Filler {
   /// A minimum and its maximum, which hold the ends of their range: the minimum the upper one.
   /// Those of a month are those of its days, known or not.
   static void fillRange(std::string& bytes, int least, int most, const Random& value,
-                        const Span& span) {
+                        const Stretch& span) {
     const std::int64_t bottom = hundredths(realAt(bytes, most));
     const std::int64_t range = hundredths(realAt(bytes, least)) - bottom;
     std::int64_t minimum = 1000000;
@@ -270,13 +270,13 @@ std::string bodyOf(Record record, const Life& life, const Filler& filler) {
   filler.fillHeader(record);
   record.initializeCurrentDayTime(static_cast<long>(life.days.front().begin));
   record.initializeCurrentMonthTime(static_cast<long>(life.months.front().begin));
-  for (const Span& day : life.days) {
+  for (const Stretch& day : life.days) {
     if (&day != &life.days.front()) {
       record.shiftDays(static_cast<long>(day.begin));
     }
     filler.fill(record.days[0], day);
   }
-  for (const Span& month : life.months) {
+  for (const Stretch& month : life.months) {
     if (&month != &life.months.front()) {
       record.shiftMonths(static_cast<long>(month.begin));
     }

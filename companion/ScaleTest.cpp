@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "companion/PlotTesting.h"
+
 namespace {
 
 using Companion::labelsThatFit;
@@ -19,6 +21,7 @@ using Companion::timeTicksOf;
 using Companion::utcText;
 using Companion::ValueAxis;
 using Companion::valueAxisOf;
+using PlotTesting::day;
 
 std::string labelsOf(const std::vector<Tick>& ticks) {
   std::string labels;
@@ -75,11 +78,10 @@ TEST(ScaleTest, ValuesHaveRoundTicksAroundThem) {
 }
 
 constexpr double hour = 3600;
-constexpr double day = 86400;
 /// Monday, 2024-01-01.
 constexpr double newYear = 1704067200;
 
-struct Times {
+struct TimeAxis {
   double begin;
   double end;
   double room;
@@ -87,7 +89,7 @@ struct Times {
 };
 
 TEST(ScaleTest, TimesHaveTicksAtRoundTimes) {
-  for (const Times& times : std::vector<Times>{
+  for (const TimeAxis& times : std::vector<TimeAxis>{
            {newYear, newYear + 2, 60,
             "2024-01-01 00:00:00 2024-01-01 00:00:01 2024-01-01 00:00:02"},
            {newYear + 60, newYear + 9 * hour, 80,

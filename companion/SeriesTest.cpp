@@ -22,6 +22,8 @@ using Companion::Quantity;
 using Companion::Reading;
 using Companion::Span;
 using Companion::Timeline;
+using PlotTesting::day;
+using PlotTesting::now;
 using PlotTesting::Record;
 
 std::string quantities(const Layout& layout, const std::vector<std::string>& fields) {
@@ -60,9 +62,6 @@ TEST(SeriesTest, UnknownFieldsAreTroubleThatNamesTheOthers) {
     }
   }
 }
-
-constexpr double day = 86400;
-constexpr double now = 1.7e9;
 
 /// "index:begin-end", in days from `now` or in places of the ring; what is unused in parentheses.
 std::string inWords(const Timeline& timeline) {

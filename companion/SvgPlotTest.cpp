@@ -19,6 +19,8 @@ namespace {
 
 using Companion::Picture;
 using Companion::svgOf;
+using PlotTesting::day;
+using PlotTesting::now;
 using PlotTesting::Record;
 
 struct Element {
@@ -145,9 +147,6 @@ std::string elementsIn(const std::string& colour, const std::string& svg) {
 bool contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
-
-constexpr double now = 1.7e9;
-constexpr double day = 86400;
 
 // The labels "0" to "10" take 22.5 pixels, so that plots reach from 46.5 to 436 and from 486.5 to
 // 876; all 50 days have 374 of the 389.5 pixels, those at the ends have a 50th each besides. Values

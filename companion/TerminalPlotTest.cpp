@@ -15,6 +15,7 @@ namespace {
 
 using Companion::Picture;
 using Companion::terminalPictureOf;
+using PlotTesting::day;
 using PlotTesting::Record;
 
 /// Columns of a line in UTF-8, at most: characters of more than two bytes that are no blocks or
@@ -37,7 +38,6 @@ void expectNarrow(const std::string& picture) {
   }
 }
 
-constexpr double day = 86400;
 /// Friday, 2024-03-01.
 constexpr double march = 1709251200;
 

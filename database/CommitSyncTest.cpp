@@ -10,21 +10,20 @@
 namespace {
 
 using namespace DatabaseTesting;
-using Pvn::Database::Persist::Commit::Sync;
-using ReqApi = Pvn::Database::Persist::Commit::Req::Api;
+namespace Commit = Pvn::Database::Persist::Commit;
 
-class FakeCommit : public ReqApi {
+class FakeCommit : public Commit::Req::Api {
  public:
   explicit FakeCommit(Server& server) : sync(server, *this), _server(server) {}
 
-  void request(Rtk::ServerRequest<ReqApi, DecrInhibitPayload>& request) override {
+  void request(Rtk::ServerRequest<Commit::Req::Api, DecrInhibitPayload>& request) override {
     _server.reply(request, "decrement");
   }
-  void request(Rtk::ServerRequest<ReqApi, IncrInhibitPayload>& request) override {
+  void request(Rtk::ServerRequest<Commit::Req::Api, IncrInhibitPayload>& request) override {
     _server.reply(request, "increment");
   }
 
-  Sync sync;
+  Commit::Sync sync;
 
  private:
   Server& _server;

@@ -12,27 +12,26 @@
 namespace {
 
 using namespace DatabaseTesting;
-using Pvn::Database::Persist::Db::Sync;
-using ReqApi = Pvn::Database::Persist::Db::Req::Api;
+namespace Db = Pvn::Database::Persist::Db;
 using TableApi = Pvn::Database::Table::Api;
 
-class FakeDb : public ReqApi {
+class FakeDb : public Db::Req::Api {
  public:
   explicit FakeDb(Server& server) : sync(server, *this), _server(server) {}
   ~FakeDb() override { _server.mark("end "); }
 
-  void request(Rtk::ServerRequest<ReqApi, CreateTablePayload>& request) override {
+  void request(Rtk::ServerRequest<Db::Req::Api, CreateTablePayload>& request) override {
     createTable = request.getPayload();
     request.getPayload()._result = handleIn<TableApi>(createTable->_mem);
     _server.reply(request, "createTable");
   }
-  void request(Rtk::ServerRequest<ReqApi, DestroyPayload>& request) override {
+  void request(Rtk::ServerRequest<Db::Req::Api, DestroyPayload>& request) override {
     Server& server = _server;
     this->~FakeDb();
     server.reply(request, "destroy");
   }
 
-  Sync sync;
+  Db::Sync sync;
   std::optional<CreateTablePayload> createTable;
 
  private:

@@ -15,47 +15,46 @@
 namespace {
 
 using namespace DatabaseTesting;
-using Pvn::Database::Persist::Record::Sync;
-using ReqApi = Pvn::Database::Persist::Record::Req::Api;
+namespace Record = Pvn::Database::Persist::Record;
 
-class FakeRecord : public ReqApi {
+class FakeRecord : public Record::Req::Api {
  public:
   explicit FakeRecord(Server& server) : sync(server, *this), _server(server) {}
   ~FakeRecord() override { _server.mark("end "); }
 
-  void request(Rtk::ServerRequest<ReqApi, WritePayload>& request) override {
+  void request(Rtk::ServerRequest<Record::Req::Api, WritePayload>& request) override {
     write = request.getPayload();
     request.getPayload()._result = 1000 + write->_size;
     _server.reply(request, "write");
   }
   /// Returns the requests when `heldReads` of them have come, the last one first.
-  void request(Rtk::ServerRequest<ReqApi, ReadPayload>& request) override {
+  void request(Rtk::ServerRequest<Record::Req::Api, ReadPayload>& request) override {
     read = request.getPayload();
     _held.push_back(&request);
     if (_held.size() < heldReads) {
       return;
     }
     while (!_held.empty()) {
-      Rtk::ServerRequest<ReqApi, ReadPayload>& last = *_held.back();
+      Rtk::ServerRequest<Record::Req::Api, ReadPayload>& last = *_held.back();
       _held.pop_back();
       last.getPayload()._result = 1000 + last.getPayload()._size;
       _server.reply(last, "read");
     }
   }
-  void request(Rtk::ServerRequest<ReqApi, DestroyPayload>& request) override {
+  void request(Rtk::ServerRequest<Record::Req::Api, DestroyPayload>& request) override {
     Server& server = _server;
     this->~FakeRecord();
     server.reply(request, "destroy");
   }
 
-  Sync sync;
+  Record::Sync sync;
   std::size_t heldReads = 1;
   std::optional<WritePayload> write;
   std::optional<ReadPayload> read;
 
  private:
   Server& _server;
-  std::vector<Rtk::ServerRequest<ReqApi, ReadPayload>*> _held;
+  std::vector<Rtk::ServerRequest<Record::Req::Api, ReadPayload>*> _held;
 };
 
 using RecordSyncTest = SyncTest<FakeRecord>;

@@ -11,7 +11,7 @@ namespace {
 
 namespace Property = Pvn::Database::Property;
 
-class FakeRecord : public Pvn::Database::Record::Api {
+class TracedRecord : public Pvn::Database::Record::Api {
  public:
   Property::Read::Api* getReadApi() override { return this; }
   Property::Write::Api* getWriteApi() override { return this; }
@@ -30,7 +30,7 @@ class FakeRecord : public Pvn::Database::Record::Api {
 };
 
 TEST(RecordTest, BothFacesLeadToTheOperationsOfTheRecord) {
-  FakeRecord record;
+  TracedRecord record;
   Pvn::Database::Record::Api& api = record;
   Property::Access::Api& access = api;
   EXPECT_EQ(access.getReadApi()->read(nullptr, 3, 10), 13U);
@@ -41,7 +41,7 @@ TEST(RecordTest, BothFacesLeadToTheOperationsOfTheRecord) {
 }
 
 TEST(RecordTest, PrimaryFaceIsTheHandleItselfThenComeReadingAndWriting) {
-  FakeRecord record;
+  TracedRecord record;
   const void* const handle = static_cast<Pvn::Database::Record::Api*>(&record);
   const void* const access = static_cast<Property::Access::Api*>(&record);
   const void* const reading = static_cast<Property::Read::Api*>(&record);

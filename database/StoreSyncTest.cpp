@@ -12,21 +12,20 @@
 namespace {
 
 using namespace DatabaseTesting;
-using Pvn::Database::Persist::Store::Sync;
-using ReqApi = Pvn::Database::Persist::Store::Req::Api;
+namespace Store = Pvn::Database::Persist::Store;
 using DbApi = Pvn::Database::Db::Api;
 
-class FakeStore : public ReqApi {
+class FakeStore : public Store::Req::Api {
  public:
   explicit FakeStore(Server& server) : sync(server, *this), _server(server) {}
 
-  void request(Rtk::ServerRequest<ReqApi, CreatePayload>& request) override {
+  void request(Rtk::ServerRequest<Store::Req::Api, CreatePayload>& request) override {
     create = request.getPayload();
     request.getPayload()._result = handleIn<DbApi>(create->_mem);
     _server.reply(request, "create");
   }
 
-  Sync sync;
+  Store::Sync sync;
   std::optional<CreatePayload> create;
 
  private:

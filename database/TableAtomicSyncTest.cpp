@@ -12,19 +12,18 @@ namespace {
 using namespace DatabaseTesting;
 using Pvn::Database::Table::IteratorApi;
 using Pvn::Database::Table::RecordApi;
-using Pvn::Database::Table::Atomic::Sync;
-using ReqApi = Pvn::Database::Table::Atomic::Req::Api;
+namespace Atomic = Pvn::Database::Table::Atomic;
 
-class FakeTable : public ReqApi {
+class FakeAtomicTable : public Atomic::Req::Api {
  public:
-  explicit FakeTable(Server& server) : sync(server, *this), _server(server) {}
+  explicit FakeAtomicTable(Server& server) : sync(server, *this), _server(server) {}
 
-  void request(Rtk::ServerRequest<ReqApi, IteratePayload>& request) override {
+  void request(Rtk::ServerRequest<Atomic::Req::Api, IteratePayload>& request) override {
     iterator = &request.getPayload()._iterator;
     _server.reply(request, "iterate");
   }
 
-  Sync sync;
+  Atomic::Sync sync;
   IteratorApi* iterator = nullptr;
 
  private:
@@ -36,7 +35,7 @@ class NoIterator : public IteratorApi {
   bool nextRecord(RecordApi& /*record*/) override { return true; }
 };
 
-using TableAtomicSyncTest = SyncTest<FakeTable>;
+using TableAtomicSyncTest = SyncTest<FakeAtomicTable>;
 
 TEST_F(TableAtomicSyncTest, IterateCarriesTheIteratorItself) {
   NoIterator iterator;

@@ -12,37 +12,36 @@
 namespace {
 
 using namespace DatabaseTesting;
-using Pvn::Database::Persist::Table::Sync;
-using ReqApi = Pvn::Database::Persist::Table::Req::Api;
-using RecordApi = Pvn::Database::Record::Api;
+namespace Table = Pvn::Database::Persist::Table;
+using OpenRecord = Pvn::Database::Record::Api;
 
-class FakeTable : public ReqApi {
+class FakeTable : public Table::Req::Api {
  public:
   explicit FakeTable(Server& server) : sync(server, *this), _server(server) {}
   ~FakeTable() override { _server.mark("end "); }
 
-  void request(Rtk::ServerRequest<ReqApi, OpenFirstRecordPayload>& request) override {
+  void request(Rtk::ServerRequest<Table::Req::Api, OpenFirstRecordPayload>& request) override {
     openFirstRecord = request.getPayload();
-    request.getPayload()._result = handleIn<RecordApi>(openFirstRecord->_mem);
+    request.getPayload()._result = handleIn<OpenRecord>(openFirstRecord->_mem);
     _server.reply(request, "openFirstRecord");
   }
-  void request(Rtk::ServerRequest<ReqApi, CreateRecordWithKeyPayload>& request) override {
+  void request(Rtk::ServerRequest<Table::Req::Api, CreateRecordWithKeyPayload>& request) override {
     createRecordWithKey = request.getPayload();
-    request.getPayload()._result = handleIn<RecordApi>(createRecordWithKey->_mem);
+    request.getPayload()._result = handleIn<OpenRecord>(createRecordWithKey->_mem);
     _server.reply(request, "createRecordWithKey");
   }
-  void request(Rtk::ServerRequest<ReqApi, CreateRecordPayload>& request) override {
+  void request(Rtk::ServerRequest<Table::Req::Api, CreateRecordPayload>& request) override {
     createRecord = request.getPayload();
-    request.getPayload()._result = handleIn<RecordApi>(createRecord->_mem);
+    request.getPayload()._result = handleIn<OpenRecord>(createRecord->_mem);
     _server.reply(request, "createRecord");
   }
-  void request(Rtk::ServerRequest<ReqApi, DestroyPayload>& request) override {
+  void request(Rtk::ServerRequest<Table::Req::Api, DestroyPayload>& request) override {
     Server& server = _server;
     this->~FakeTable();
     server.reply(request, "destroy");
   }
 
-  Sync sync;
+  Table::Sync sync;
   std::optional<OpenFirstRecordPayload> openFirstRecord;
   std::optional<CreateRecordWithKeyPayload> createRecordWithKey;
   std::optional<CreateRecordPayload> createRecord;
@@ -54,7 +53,7 @@ class FakeTable : public ReqApi {
 class TableSyncTest : public SyncTest<FakeTable> {
  protected:
   const char data[4] = {};
-  RecordApi* result = nullptr;
+  OpenRecord* result = nullptr;
 };
 
 TEST_F(TableSyncTest, OpenFirstRecordCarriesItsArgumentsThereAndItsResultBack) {
@@ -63,7 +62,7 @@ TEST_F(TableSyncTest, OpenFirstRecordCarriesItsArgumentsThereAndItsResultBack) {
   EXPECT_EQ(target->openFirstRecord->_mem, memory);
   EXPECT_EQ(target->openFirstRecord->_memSize, 17U);
   EXPECT_EQ(target->openFirstRecord->_result, nullptr);
-  EXPECT_EQ(result, handleIn<RecordApi>(memory));
+  EXPECT_EQ(result, handleIn<OpenRecord>(memory));
 }
 
 TEST_F(TableSyncTest, CreateRecordWithKeyCarriesItsArgumentsThereAndItsResultBack) {
@@ -74,7 +73,7 @@ TEST_F(TableSyncTest, CreateRecordWithKeyCarriesItsArgumentsThereAndItsResultBac
   EXPECT_EQ(target->createRecordWithKey->_memSize, 17U);
   EXPECT_EQ(target->createRecordWithKey->_key, -7);
   EXPECT_EQ(target->createRecordWithKey->_result, nullptr);
-  EXPECT_EQ(result, handleIn<RecordApi>(memory));
+  EXPECT_EQ(result, handleIn<OpenRecord>(memory));
 }
 
 TEST_F(TableSyncTest, CreateRecordCarriesItsArgumentsThereAndItsResultBack) {
@@ -84,7 +83,7 @@ TEST_F(TableSyncTest, CreateRecordCarriesItsArgumentsThereAndItsResultBack) {
   EXPECT_EQ(target->createRecord->_mem, memory);
   EXPECT_EQ(target->createRecord->_memSize, 17U);
   EXPECT_EQ(target->createRecord->_result, nullptr);
-  EXPECT_EQ(result, handleIn<RecordApi>(memory));
+  EXPECT_EQ(result, handleIn<OpenRecord>(memory));
 }
 
 TEST_F(TableSyncTest, DestroyReturnsWhenTheTargetHasEnded) {

@@ -17,9 +17,9 @@ namespace {
 
 using Metakit::FormatChecker;
 using Metakit::MemoryDisk;
+using MetakitTesting::path;
 
-constexpr char path[] = "file";
-constexpr char description[] = "T[Key:I,Record:B,Name:S,Serial:L]";
+constexpr char fourProperties[] = "T[Key:I,Record:B,Name:S,Serial:L]";
 
 /// Rows whose integer, inline sizes and memo sizes have a chosen width.
 struct Values {
@@ -84,7 +84,7 @@ class AppendTest : public ::testing::TestWithParam<Values> {
 
   void expectFile(int rows) {
     ASSERT_EQ(FormatChecker::faultIn(disk[path]), "");
-    expectRows(c4_Storage(path, 0).GetAs(description), rows);
+    expectRows(c4_Storage(path, 0).GetAs(fourProperties), rows);
   }
 
   MemoryDisk disk;
@@ -92,7 +92,7 @@ class AppendTest : public ::testing::TestWithParam<Values> {
 
 TEST_P(AppendTest, EachCommitHasTheRowsSoFar) {
   c4_Storage storage(path, 1);
-  c4_View view = storage.GetAs(description);
+  c4_View view = storage.GetAs(fourProperties);
   for (int rows = 1; rows <= 70 && !HasFatalFailure(); ++rows) {
     SCOPED_TRACE(rows);
     add(view, rows - 1);
@@ -107,7 +107,7 @@ TEST_P(AppendTest, SessionsGoOnWhereTheLastOneEnded) {
   int rows = 0;
   for (int session = 0; session < 12 && !HasFatalFailure(); ++session) {
     c4_Storage storage(path, 1);
-    c4_View view = storage.GetAs(description);
+    c4_View view = storage.GetAs(fourProperties);
     for (int commit = 0; commit < 3; ++commit) {
       for (int i = 0; i <= session % 3; ++i) {
         add(view, rows++);
@@ -120,7 +120,7 @@ TEST_P(AppendTest, SessionsGoOnWhereTheLastOneEnded) {
 
 TEST_P(AppendTest, ACommitThatFailedIsMadeUpFor) {
   c4_Storage storage(path, 1);
-  c4_View view = storage.GetAs(description);
+  c4_View view = storage.GetAs(fourProperties);
   for (int rows = 1; rows <= 40 && !HasFatalFailure(); ++rows) {
     SCOPED_TRACE(rows);
     add(view, rows - 1);
@@ -141,7 +141,7 @@ TEST_P(AppendTest, ACommitThatFailedIsMadeUpFor) {
 
 TEST_P(AppendTest, RowsChangedInBetweenStayChanged) {
   c4_Storage storage(path, 1);
-  c4_View view = storage.GetAs(description);
+  c4_View view = storage.GetAs(fourProperties);
   int rows = 0;
   while (rows < 60 && !HasFatalFailure()) {
     SCOPED_TRACE(rows);
@@ -168,7 +168,7 @@ INSTANTIATE_TEST_SUITE_P(Widths, AppendTest, ::testing::ValuesIn(allValues),
 
 TEST_P(AppendTest, RoomIsUsedAgain) {
   c4_Storage storage(path, 1);
-  c4_View view = storage.GetAs(description);
+  c4_View view = storage.GetAs(fourProperties);
   for (int row = 0; row < 70; ++row) {
     add(view, row);
   }

@@ -16,10 +16,10 @@
 namespace {
 
 using Metakit::MemoryDisk;
+using MetakitTesting::path;
 using Kind = MemoryDisk::Operation::Kind;
 
 constexpr char description[] = "T[Key:I,Record:B]";
-constexpr char path[] = "file";
 
 /// Keys of table T in a file, as a text; "invalid" for a file that is not sound.
 std::string keysIn(const char* file) {

@@ -29,10 +29,10 @@ using Metakit::Datafile;
 using Metakit::FormatChecker;
 using Metakit::MemoryDisk;
 using Metakit::Sequence;
+using MetakitTesting::path;
 using Operation = MemoryDisk::Operation;
 using Operations = std::vector<Operation>;
 
-constexpr char path[] = "file";
 constexpr char image[] = "image";
 constexpr const char* views[] = {"A[Key:I,Record:B]", "B[Key:I,Record:B]",
                                  "C[Key:I,Record:B,Name:S,Serial:L,Rooms[Key:I,Record:B]]"};

@@ -23,8 +23,7 @@ using Metakit::Bytes;
 using Metakit::FormatChecker;
 using Metakit::Mark;
 using Metakit::MemoryDisk;
-
-constexpr char path[] = "file";
+using MetakitTesting::path;
 
 /// Reads every cell of the views that the project knows.
 int readAll(c4_Storage& storage) {

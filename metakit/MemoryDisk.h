@@ -17,6 +17,13 @@
 
 #include "metakit/File.h"
 
+namespace MetakitTesting {
+
+/// The file of the tests that need one.
+constexpr char path[] = "file";
+
+}  // namespace MetakitTesting
+
 namespace Metakit {
 
 /// Files in memory for tests, in place of the operating system's while the object lives. It notes

@@ -16,7 +16,7 @@ using namespace DatabaseTesting;
 using Pvn::Database::Metakit::Persist::Db;
 namespace DbReq = Pvn::Database::Persist::Db::Req;
 
-constexpr char shortMemoryLine[] =
+constexpr char shortTableMemoryLine[] =
     "Pvn::Database::Metakit::Persist::Db::request(CreateTableReq): memSize < sizeof(Table)\n";
 
 /// A database in an open store, and room for a table.
@@ -103,13 +103,13 @@ TEST_F(DbTest, NullMemoryGivesNullAndNoTable) {
 TEST_F(DbTest, NullMemoryOfNoSizeIsWarnedAbout) {
   openDb();
   EXPECT_EQ(output([&] { EXPECT_EQ(db->createTable("Table", 8, nullptr, 0), nullptr); }),
-            shortMemoryLine);
+            shortTableMemoryLine);
 }
 
 TEST_F(DbTest, ShortMemoryIsWarnedAboutAndGivesNullYetTheTableIsThere) {
   putRows(path, "Table", {{7, bodyOf('a')}});
   openDb();
-  EXPECT_EQ(createTable("Table", tableSize - 1), shortMemoryLine);
+  EXPECT_EQ(createTable("Table", tableSize - 1), shortTableMemoryLine);
   EXPECT_EQ(table, nullptr);
   ASSERT_FALSE(tableMemory.isUntouched());
   table = static_cast<Table*>(handleIn<Pvn::Database::Table::Api>(tableMemory.get()));
@@ -124,7 +124,7 @@ TEST_F(DbTest, ShortMemoryIsAnsweredOnceWhenTheTableIsThere) {
   const int returns = serve<DbReq::Api>(*static_cast<Db*>(db), payload, [&] {
     EXPECT_FALSE(tableMemory.isUntouched()) << "returned too soon";
   });
-  EXPECT_EQ(::testing::internal::GetCapturedStdout(), shortMemoryLine);
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(), shortTableMemoryLine);
   EXPECT_EQ(returns, 1);
   EXPECT_EQ(payload._result, nullptr);
   ASSERT_FALSE(tableMemory.isUntouched());

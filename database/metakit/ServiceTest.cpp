@@ -24,7 +24,7 @@ using namespace DatabaseTesting;
 namespace StoreReq = Pvn::Database::Persist::Store::Req;
 namespace CommitReq = Pvn::Database::Persist::Commit::Req;
 
-constexpr char shortMemoryLine[] =
+constexpr char shortDbMemoryLine[] =
     "Pvn::Database::Metakit::Persist::Service::request(CreateReq): memSize < sizeof(Db)\n";
 
 class ServiceTest : public DatabaseTest {
@@ -204,13 +204,13 @@ TEST_F(ServiceTest, NullMemoryGivesNull) {
 TEST_F(ServiceTest, NullMemoryOfNoSizeIsWarnedAbout) {
   open();
   EXPECT_EQ(output([&] { EXPECT_EQ(service.create("any", nullptr, 0), nullptr); }),
-            shortMemoryLine);
+            shortDbMemoryLine);
 }
 
 TEST_F(ServiceTest, ShortMemoryIsWarnedAboutAndGivesNullYetTheDatabaseIsThere) {
   open();
   EXPECT_EQ(output([&] { EXPECT_EQ(service.create("any", dbMemory.get(), dbSize - 1), nullptr); }),
-            shortMemoryLine);
+            shortDbMemoryLine);
   ASSERT_FALSE(dbMemory.isUntouched());
   db = handleIn<Pvn::Database::Db::Api>(dbMemory.get());
   client([&] {
@@ -225,7 +225,7 @@ TEST_F(ServiceTest, ShortMemoryIsAnsweredOnceWhenTheDatabaseIsThere) {
   ::testing::internal::CaptureStdout();
   const int returns = serve<StoreReq::Api>(
       service, payload, [&] { EXPECT_FALSE(dbMemory.isUntouched()) << "returned too soon"; });
-  EXPECT_EQ(::testing::internal::GetCapturedStdout(), shortMemoryLine);
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(), shortDbMemoryLine);
   EXPECT_EQ(returns, 1);
   EXPECT_EQ(payload._result, nullptr);
 }

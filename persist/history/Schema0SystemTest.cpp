@@ -10,11 +10,10 @@
 namespace {
 
 using namespace HistoryTesting;
-using Pvn::Persist::History::Kiv::Schema0::Bramal::System::Period;
-using Pvn::Persist::History::Kiv::Schema0::Bramal::System::Record;
+namespace System0 = Pvn::Persist::History::Kiv::Schema0::Bramal::System;
 
 /// Everything that a cleared period holds, but for its times.
-void expectCleared(const Period& period) {
+void expectCleared(const System0::Period& period) {
   Image expected(200);
   expected.put(0, 4, static_cast<std::uint32_t>(period.time0));
   expected.put(4, 4, static_cast<std::uint32_t>(period.time1));
@@ -23,27 +22,27 @@ void expectCleared(const Period& period) {
 }
 
 TEST(Schema0SystemPeriodTest, StartsAllZero) {
-  EXPECT_EQ(Image::ofNew<Period>().difference(Image(200)), "");
+  EXPECT_EQ(Image::ofNew<System0::Period>().difference(Image(200)), "");
 }
 
 TEST(Schema0SystemPeriodTest, KeepsEachFieldAtItsOffset) {
-  expectFieldsAtTheirOffsets(systemPeriodFields<Period, 10>());
+  expectFieldsAtTheirOffsets(systemPeriodFields<System0::Period, 10>());
 }
 
 TEST(Schema0SystemRecordTest, KeepsEachFieldAtItsOffset) {
-  ASSERT_EQ(sizeof(Record), 4624U);
-  expectFieldsAtTheirOffsets(
-      recordFields(systemHeaderFields<Record>(), systemPeriodFields<Period, 10>(), 24, 1824));
+  ASSERT_EQ(sizeof(System0::Record), 4624U);
+  expectFieldsAtTheirOffsets(recordFields(systemHeaderFields<System0::Record>(),
+                                          systemPeriodFields<System0::Period, 10>(), 24, 1824));
 }
 
 TEST(Schema0SystemRecordTest, EveryPeriodOfARecordWithATimeHasStartValues) {
-  const Record record = Image::ofNew<Record>(1000L).as<Record>();
-  for (const Period& day : record.days) {
+  const System0::Record record = Image::ofNew<System0::Record>(1000L).as<System0::Record>();
+  for (const System0::Period& day : record.days) {
     expectCleared(day);
     EXPECT_EQ(day.time0, &day == &record.days[0] ? 1000 : 0);
     EXPECT_EQ(day.time1, &day == &record.days[0] ? 1000 : 0);
   }
-  for (const Period& month : record.months) {
+  for (const System0::Period& month : record.months) {
     expectCleared(month);
     EXPECT_EQ(month.time0, &month == &record.months[0] ? 1000 : 0);
     EXPECT_EQ(month.time1, &month == &record.months[0] ? 1000 : 0);
@@ -54,14 +53,14 @@ TEST(Schema0SystemRecordTest, EveryPeriodOfARecordWithATimeHasStartValues) {
 }
 
 TEST(Schema0SystemRecordTest, MaximumOfBStartsAtZero) {
-  Record record;
+  System0::Record record;
   record.days[3].maxB = 1.0;
   record.initializeMinMaxDayFields(3);
   EXPECT_EQ(bitsOf(record.days[3].maxB), 0U);
 }
 
 TEST(Schema0SystemRecordTest, ShiftDaysLeavesTheMonths) {
-  Record record(1000);
+  System0::Record record(1000);
   record.days[0].intValue1 = 5;
   record.days[8].intValue1 = 9;
   record.shiftDays(2000);

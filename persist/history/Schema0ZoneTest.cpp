@@ -10,27 +10,24 @@
 namespace {
 
 using namespace HistoryTesting;
-using Pvn::Persist::History::Kiv::Schema0::Bramal::Zone::Period;
-using Pvn::Persist::History::Kiv::Schema0::Bramal::Zone::Record;
-
-constexpr std::uint64_t bitsOf12799 = 0x405FFF5C28F5C28F;
+namespace Zone0 = Pvn::Persist::History::Kiv::Schema0::Bramal::Zone;
 
 TEST(Schema0ZonePeriodTest, StartsAllZero) {
-  EXPECT_EQ(Image::ofNew<Period>().difference(Image(88)), "");
+  EXPECT_EQ(Image::ofNew<Zone0::Period>().difference(Image(88)), "");
 }
 
 TEST(Schema0ZonePeriodTest, KeepsEachFieldAtItsOffset) {
-  expectFieldsAtTheirOffsets(zonePeriodFields<Period>());
+  expectFieldsAtTheirOffsets(zonePeriodFields<Zone0::Period>());
 }
 
 TEST(Schema0ZoneRecordTest, KeepsEachFieldAtItsOffset) {
-  ASSERT_EQ(sizeof(Record), 2040U);
+  ASSERT_EQ(sizeof(Zone0::Record), 2040U);
   expectFieldsAtTheirOffsets(
-      recordFields(zoneHeaderFields<Record>(), zonePeriodFields<Period>(), 16, 808));
+      recordFields(zoneHeaderFields<Zone0::Record>(), zonePeriodFields<Zone0::Period>(), 16, 808));
 }
 
 TEST(Schema0ZoneRecordTest, DefaultRecordHasNoStartValuesAnywhere) {
-  EXPECT_EQ(Image::ofNew<Record>().difference(Image(2040)), "");
+  EXPECT_EQ(Image::ofNew<Zone0::Record>().difference(Image(2040)), "");
 }
 
 TEST(Schema0ZoneRecordTest, OnlyTheCurrentPeriodsOfARecordWithATimeHaveStartValues) {
@@ -40,11 +37,11 @@ TEST(Schema0ZoneRecordTest, OnlyTheCurrentPeriodsOfARecordWithATimeHaveStartValu
     expected.put(current, 4, 1000).put(current + 4, 4, 1000);
     expected.put(current + 40, 8, bitsOf12799);
   }
-  EXPECT_EQ(Image::ofNew<Record>(3, 1000L).difference(expected), "");
+  EXPECT_EQ(Image::ofNew<Zone0::Record>(3, 1000L).difference(expected), "");
 }
 
 TEST(Schema0ZoneRecordTest, ClearHistoryKeepsTheZone) {
-  Record record(3, 1000);
+  Zone0::Record record(3, 1000);
   record.headerWord1 = 1;
   record.headerWord2 = 2;
   record.clearHistory();
@@ -52,7 +49,7 @@ TEST(Schema0ZoneRecordTest, ClearHistoryKeepsTheZone) {
 }
 
 TEST(Schema0ZoneRecordTest, ClearedPeriodHasNoStartValuesAndAShiftedInOneHas) {
-  Record record(3, 1000);
+  Zone0::Record record(3, 1000);
   record.clearDayHistory(0);
   EXPECT_EQ(Image::of(record.days[0]).difference(Image(88)), "");
   record.shiftDays(2000);

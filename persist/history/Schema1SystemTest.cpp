@@ -10,22 +10,22 @@
 namespace {
 
 using namespace HistoryTesting;
-using Pvn::Persist::History::Kiv::Schema1::Bramal::System::Period;
-using Pvn::Persist::History::Kiv::Schema1::Bramal::System::Record;
-namespace Old = Pvn::Persist::History::Kiv::Schema0::Bramal::System;
+namespace System1 = Pvn::Persist::History::Kiv::Schema1::Bramal::System;
+namespace System0 = Pvn::Persist::History::Kiv::Schema0::Bramal::System;
 
-Fields<Period> periodFields() {
-  Fields<Period> fields = systemPeriodFields<Period, 11>();
-  const Fields<Period> added = {field<std::int16_t>(200, "shortValue2", &Period::shortValue2),
-                                field<std::int32_t>(204, "intValue5", &Period::intValue5),
-                                field<std::int32_t>(208, "intValue6", &Period::intValue6),
-                                field<double>(216, "realValue7", &Period::realValue7),
-                                field<std::int32_t>(224, "intValue7", &Period::intValue7),
-                                field<double>(232, "minC", &Period::minC),
-                                field<double>(240, "maxC", &Period::maxC),
-                                field<double>(248, "realValue8", &Period::realValue8),
-                                field<double>(256, "realValue9", &Period::realValue9),
-                                field<std::int32_t>(264, "intValue8", &Period::intValue8)};
+Fields<System1::Period> periodFields() {
+  Fields<System1::Period> fields = systemPeriodFields<System1::Period, 11>();
+  const Fields<System1::Period> added = {
+      field<std::int16_t>(200, "shortValue2", &System1::Period::shortValue2),
+      field<std::int32_t>(204, "intValue5", &System1::Period::intValue5),
+      field<std::int32_t>(208, "intValue6", &System1::Period::intValue6),
+      field<double>(216, "realValue7", &System1::Period::realValue7),
+      field<std::int32_t>(224, "intValue7", &System1::Period::intValue7),
+      field<double>(232, "minC", &System1::Period::minC),
+      field<double>(240, "maxC", &System1::Period::maxC),
+      field<double>(248, "realValue8", &System1::Period::realValue8),
+      field<double>(256, "realValue9", &System1::Period::realValue9),
+      field<std::int32_t>(264, "intValue8", &System1::Period::intValue8)};
   fields.insert(fields.end(), added.begin(), added.end());
   return fields;
 }
@@ -34,11 +34,11 @@ Fields<Period> periodFields() {
 class Schema1SystemConversionTest : public ::testing::Test {
  protected:
   const Image before = Image::random(4624);
-  const Image after = Image::ofNew<Record>(before.as<Old::Record>());
+  const Image after = Image::ofNew<System1::Record>(before.as<System0::Record>());
 };
 
 TEST(Schema1SystemPeriodTest, StartsAllZero) {
-  EXPECT_EQ(Image::ofNew<Period>().difference(Image(272)), "");
+  EXPECT_EQ(Image::ofNew<System1::Period>().difference(Image(272)), "");
 }
 
 TEST(Schema1SystemPeriodTest, KeepsEachFieldAtItsOffset) {
@@ -48,13 +48,14 @@ TEST(Schema1SystemPeriodTest, KeepsEachFieldAtItsOffset) {
 TEST(Schema1SystemPeriodTest, TakesTheOldFieldsAndZeroesAllElse) {
   const Image before = Image::random(200);
   Image expected(272);
-  copyFields(systemPeriodFields<Old::Period, 10>(), before, 0, expected, 0);
-  EXPECT_EQ(Image::ofNew<Period>(before.as<Old::Period>()).difference(expected), "");
+  copyFields(systemPeriodFields<System0::Period, 10>(), before, 0, expected, 0);
+  EXPECT_EQ(Image::ofNew<System1::Period>(before.as<System0::Period>()).difference(expected), "");
 }
 
 TEST(Schema1SystemRecordTest, KeepsEachFieldAtItsOffset) {
-  ASSERT_EQ(sizeof(Record), 6280U);
-  expectFieldsAtTheirOffsets(recordFields(systemHeaderFields<Record>(), periodFields(), 24, 2472));
+  ASSERT_EQ(sizeof(System1::Record), 6280U);
+  expectFieldsAtTheirOffsets(
+      recordFields(systemHeaderFields<System1::Record>(), periodFields(), 24, 2472));
 }
 
 TEST(Schema1SystemRecordTest, EveryPeriodOfARecordWithATimeHasStartValues) {
@@ -67,7 +68,7 @@ TEST(Schema1SystemRecordTest, EveryPeriodOfARecordWithATimeHasStartValues) {
   for (const std::size_t current : {24U, 2472U}) {
     expected.put(current, 4, 1000).put(current + 4, 4, 1000);
   }
-  EXPECT_EQ(Image::ofNew<Record>(1000L).difference(expected), "");
+  EXPECT_EQ(Image::ofNew<System1::Record>(1000L).difference(expected), "");
 }
 
 TEST_F(Schema1SystemConversionTest, KeepsTheHeader) {
@@ -78,16 +79,17 @@ TEST_F(Schema1SystemConversionTest, KeepsTheHeader) {
 
 TEST_F(Schema1SystemConversionTest, KeepsEachFieldAtItsRingPositionAndZeroesAllElse) {
   Image expected(6280);
-  copyFields(systemHeaderFields<Old::Record>(), before, 0, expected, 0);
+  copyFields(systemHeaderFields<System0::Record>(), before, 0, expected, 0);
   for (std::size_t i = 0; i < 9 + 14; ++i) {
-    copyFields(systemPeriodFields<Old::Period, 10>(), before, 24 + i * 200, expected, 24 + i * 272);
+    copyFields(systemPeriodFields<System0::Period, 10>(), before, 24 + i * 200, expected,
+               24 + i * 272);
   }
   EXPECT_EQ(after.difference(expected), "");
 }
 
 TEST_F(Schema1SystemConversionTest, NewFieldsAreZeroAndNotStartValues) {
-  const auto record = after.as<Record>();
-  for (const Period& month : record.months) {
+  const auto record = after.as<System1::Record>();
+  for (const System1::Period& month : record.months) {
     EXPECT_EQ(month.intArray[10], 0);
     EXPECT_EQ(month.shortValue2, 0);
     EXPECT_EQ(month.intValue5, 0);
@@ -104,10 +106,10 @@ TEST_F(Schema1SystemConversionTest, NewFieldsAreZeroAndNotStartValues) {
 
 TEST(Schema1SystemRecordTest, ConvertedPeriodBeginsWithTheOldOnesBytesWhenPaddingIsZero) {
   Image before(4624);
-  copyFields(recordFields(systemHeaderFields<Old::Record>(), systemPeriodFields<Old::Period, 10>(),
-                          24, 1824),
+  copyFields(recordFields(systemHeaderFields<System0::Record>(),
+                          systemPeriodFields<System0::Period, 10>(), 24, 1824),
              Image::random(4624), 0, before, 0);
-  const Image after = Image::ofNew<Record>(before.as<Old::Record>());
+  const Image after = Image::ofNew<System1::Record>(before.as<System0::Record>());
   for (std::size_t i = 0; i < 9 + 14; ++i) {
     Image expected(272);
     expected.copy(before, 24 + i * 200, 0, 196);

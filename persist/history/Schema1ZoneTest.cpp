@@ -10,31 +10,28 @@
 namespace {
 
 using namespace HistoryTesting;
-using Pvn::Persist::History::Kiv::Schema1::Bramal::Zone::Period;
-using Pvn::Persist::History::Kiv::Schema1::Bramal::Zone::Record;
-namespace Old = Pvn::Persist::History::Kiv::Schema0::Bramal::Zone;
-
-constexpr std::uint64_t bitsOf12799 = 0x405FFF5C28F5C28F;
+namespace Zone1 = Pvn::Persist::History::Kiv::Schema1::Bramal::Zone;
+namespace Zone0 = Pvn::Persist::History::Kiv::Schema0::Bramal::Zone;
 
 TEST(Schema1ZonePeriodTest, StartsAllZero) {
-  EXPECT_EQ(Image::ofNew<Period>().difference(Image(88)), "");
+  EXPECT_EQ(Image::ofNew<Zone1::Period>().difference(Image(88)), "");
 }
 
 TEST(Schema1ZonePeriodTest, KeepsEachFieldAtItsOffset) {
-  expectFieldsAtTheirOffsets(zonePeriodFields<Period>());
+  expectFieldsAtTheirOffsets(zonePeriodFields<Zone1::Period>());
 }
 
 TEST(Schema1ZonePeriodTest, TakesTheOldFieldsAndZeroesThePadding) {
   const Image before = Image::random(88);
   Image expected(88);
-  copyFields(zonePeriodFields<Old::Period>(), before, 0, expected, 0);
-  EXPECT_EQ(Image::ofNew<Period>(before.as<Old::Period>()).difference(expected), "");
+  copyFields(zonePeriodFields<Zone0::Period>(), before, 0, expected, 0);
+  EXPECT_EQ(Image::ofNew<Zone1::Period>(before.as<Zone0::Period>()).difference(expected), "");
 }
 
 TEST(Schema1ZoneRecordTest, KeepsEachFieldAtItsOffset) {
-  ASSERT_EQ(sizeof(Record), 2040U);
+  ASSERT_EQ(sizeof(Zone1::Record), 2040U);
   expectFieldsAtTheirOffsets(
-      recordFields(zoneHeaderFields<Record>(), zonePeriodFields<Period>(), 16, 808));
+      recordFields(zoneHeaderFields<Zone1::Record>(), zonePeriodFields<Zone1::Period>(), 16, 808));
 }
 
 TEST(Schema1ZoneRecordTest, EveryPeriodOfARecordWithATimeHasStartValues) {
@@ -46,21 +43,21 @@ TEST(Schema1ZoneRecordTest, EveryPeriodOfARecordWithATimeHasStartValues) {
   for (const std::size_t current : {16U, 808U}) {
     expected.put(current, 4, 1000).put(current + 4, 4, 1000);
   }
-  EXPECT_EQ(Image::ofNew<Record>(3, 1000L).difference(expected), "");
+  EXPECT_EQ(Image::ofNew<Zone1::Record>(3, 1000L).difference(expected), "");
 }
 
 TEST(Schema1ZoneRecordTest, ConversionKeepsEachFieldAndZeroesThePadding) {
   const Image before = Image::random(2040);
   Image expected(2040);
   copyFields(
-      recordFields(zoneHeaderFields<Old::Record>(), zonePeriodFields<Old::Period>(), 16, 808),
+      recordFields(zoneHeaderFields<Zone0::Record>(), zonePeriodFields<Zone0::Period>(), 16, 808),
       before, 0, expected, 0);
-  EXPECT_EQ(Image::ofNew<Record>(before.as<Old::Record>()).difference(expected), "");
+  EXPECT_EQ(Image::ofNew<Zone1::Record>(before.as<Zone0::Record>()).difference(expected), "");
 }
 
 TEST(Schema1ZoneRecordTest, ConversionLeavesZeroPeriodsZero) {
-  EXPECT_EQ(Image::ofNew<Record>(Old::Record()).difference(Image(2040)), "");
-  Record record{Old::Record()};
+  EXPECT_EQ(Image::ofNew<Zone1::Record>(Zone0::Record()).difference(Image(2040)), "");
+  Zone1::Record record{Zone0::Record()};
   record.clearDayHistory(4);
   EXPECT_EQ(Image::of(record).difference(Image(2040).put(16 + 4 * 88 + 40, 8, bitsOf12799)), "");
 }

@@ -57,7 +57,7 @@ class Server final : public MailboxServer {
   using MailboxServer::mboxSignaled;
 };
 
-class Service final : public Rtk::Close {
+class AnyService final : public Rtk::Close {
  public:
   using Close::Close;
   void request(OpenRequest&) override {}
@@ -69,7 +69,7 @@ class MessagingLayoutTest : public ::testing::Test, protected Rtk::ReturnHandler
   void rts() override {}
 
   Server server;
-  Service service{server};
+  AnyService service{server};
   StopApi::PleaseStopPayload payload;
   StopRequest message{server, payload, *this};
   StopRequest second{server, payload, *this};

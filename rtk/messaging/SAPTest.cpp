@@ -9,7 +9,7 @@
 
 namespace {
 
-struct Api {};
+struct AnyApi {};
 
 class Nothing final : public Rtk::Message {
  public:
@@ -28,9 +28,9 @@ class Post final : public Rtk::PostMessageApi {
 
 class SAPTest : public ::testing::Test {
  protected:
-  Api api;
+  AnyApi api;
   Post mailbox;
-  Rtk::SAP<Api> sap{api, mailbox};
+  Rtk::SAP<AnyApi> sap{api, mailbox};
   Nothing message;
 };
 
