@@ -11,14 +11,14 @@
 #     A GoogleTest program. Its cases share TEST_PROCESSES processes, each of
 #     which becomes a test with a time limit; each case is in one of its own
 #     when that is 0 or the program is ALONE. Nothing when tests are not built,
-#     nor with ONE_THREAD when data races are looked for. What it tests is
-#     optimised and checked as the preset says, its own code only if it is BUSY
-#     itself: most take longer to be compiled than to run.
+#     nor with ONE_THREAD when data races are looked for. The libraries that it
+#     tests are optimised and checked as the preset and they themselves say, its
+#     own code only if it is BUSY: most take longer to be compiled than to run.
 #   compile_as_one(TARGET)
-#     With COMPILE_AS_ONE, several of its sources are compiled at a time: most
-#     of the time goes into the headers that they share. Behind what else it is
-#     linked with. Those with names in common are left out of that by
-#     SKIP_UNITY_BUILD_INCLUSION. core_test does this by itself.
+#     With COMPILE_AS_ONE, several of its sources are compiled at a time, as most
+#     of the time goes into the headers that they share; not those that have
+#     options of their own. Call it behind what links build_options, whose
+#     -Wshadow it takes back. core_test calls it.
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -50,13 +50,15 @@ if(SANITIZED)
     # Sanitizers take more memory than a test of it allows, and have an allocator that asks nobody
     # when there is none.
     "MemoryTest.*" FaultsDeathTest.MemoryThatCannotBeHadIsFatal
-    # These start hundreds of processes, each of which does the same with one call failing, or for
-    # one field, or for a file with the same records behind one more way to store a key.
-    "*/InterruptedMigrationTest.*" DumpTest.ShowsEachFieldOnceWhereItStands
+    # These start hundreds of processes, each of which does the same with one call failing,
+    "*/InterruptedMigrationTest.*"
+    # for one field,
+    DumpTest.ShowsEachFieldOnceWhereItStands
+    # or with other numbers of rows and widths of keys. The other golden files stay.
     "*/EachGoldenDumpTest.*/keys_*")
 endif()
 if(CMAKE_CROSSCOMPILING)
-  # Half of the hostile files do, each takes seconds.
+  # Half of the seeds do, the files of each take seconds.
   list(APPEND TESTS_LEFT_OUT "*/HostileInputTest.*/8" "*/HostileInputTest.*/9" "*/HostileInputTest.*/1?")
 endif()
 if(NOT PLAIN_BUILD)
@@ -138,7 +140,8 @@ function(core_library name)
   target_link_libraries(${name}_headers PRIVATE ${arg_OPTIONS} ${name})
 endfunction()
 
-# Names of one source may shadow those of another, which they never meet otherwise.
+# Names of one source may shadow those of another, which they never meet otherwise. The builds that
+# compile each source on its own look for shadowing.
 add_library(compiled_as_one INTERFACE)
 target_compile_options(compiled_as_one INTERFACE -Wno-shadow)
 function(compile_as_one target)

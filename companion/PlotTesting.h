@@ -22,7 +22,7 @@ namespace PlotTesting {
 
 /// Seconds.
 constexpr double day = 86400;
-/// When the current period ends, where nothing else is said; 2023-11-14.
+/// A time to count from, in seconds since 1970: 2023-11-14.
 constexpr double now = 1.7e9;
 
 /// A record to be drawn, all zero at first.

@@ -148,16 +148,16 @@ class Filler {
       : _layout(layout), _record(record), _birth(birth) {}
 
   template <class Period>
-  void fill(Period& period, const Stretch& span) const {
+  void fill(Period& period, const Stretch& stretch) const {
     std::string bytes(reinterpret_cast<const char*>(&period), sizeof(Period));
     std::uint64_t number = 0;
     for (const Field& field : _layout.period) {
       for (int i = 0; i < field.count; ++i) {
-        fillValue(bytes, field, field.offset + i * sizeOf(field.type), number++, span);
+        fillValue(bytes, field, field.offset + i * sizeOf(field.type), number++, stretch);
       }
     }
     std::memcpy(static_cast<void*>(&period), bytes.data(), sizeof(Period));
-    period.time1 = static_cast<std::int32_t>(span.end);
+    period.time1 = static_cast<std::int32_t>(stretch.end);
   }
 
   /// The header, but for the number of the zone.
@@ -182,7 +182,7 @@ class Filler {
   static constexpr std::uint64_t headerNumber = 1000;
 
   void fillValue(std::string& bytes, const Field& field, int offset, std::uint64_t number,
-                 const Stretch& span) const {
+                 const Stretch& stretch) const {
     const std::string_view name = field.name;
     if (beginsWith(name, "time") || beginsWith(name, "max")) {
       return;
@@ -191,16 +191,16 @@ class Filler {
     if (beginsWith(name, "min")) {
       const std::string other = "max" + std::string(name.substr(3));
       const Field* const most = _layout.periodField(other.c_str());
-      if (!span.isGap && most != nullptr) {
-        fillRange(bytes, offset, most->offset, value, span);
+      if (!stretch.isGap && most != nullptr) {
+        fillRange(bytes, offset, most->offset, value, stretch);
       }
     } else if (field.type == Type::Int32) {
-      put(bytes, offset, field.type, counter(value, span.end));
+      put(bytes, offset, field.type, counter(value, stretch.end));
     } else {
       // All records have values of the same size in one field.
       static constexpr std::int64_t sizes[] = {1000, 12000, 400, 3000};
       const std::int64_t size = sizes[number % std::size(sizes)];
-      const std::int64_t height = size * curve(value, (span.begin + span.end) / 2) / 1000;
+      const std::int64_t height = size * curve(value, (stretch.begin + stretch.end) / 2) / 1000;
       put(bytes, offset, field.type, field.type == Type::Double ? height * 7 : height);
     }
   }
@@ -208,12 +208,12 @@ class Filler {
   /// A minimum and its maximum, which hold the ends of their range: the minimum the upper one.
   /// Those of a month are those of its days, known or not.
   static void fillRange(std::string& bytes, int least, int most, const Random& value,
-                        const Stretch& span) {
+                        const Stretch& stretch) {
     const std::int64_t bottom = hundredths(realAt(bytes, most));
     const std::int64_t range = hundredths(realAt(bytes, least)) - bottom;
     std::int64_t minimum = 1000000;
     std::int64_t maximum = 0;
-    for (std::int64_t day = span.begin; day < span.end; day += secondsOfDay) {
+    for (std::int64_t day = stretch.begin; day < stretch.end; day += secondsOfDay) {
       const std::int64_t middle = 1000 * curve(value, day + secondsOfDay / 2);
       const std::int64_t width = 27000 + 18 * noise(value, day, 2 * secondsOfDay);
       minimum = std::min(minimum, middle - width);

@@ -81,7 +81,7 @@ constexpr double hour = 3600;
 /// Monday, 2024-01-01.
 constexpr double newYear = 1704067200;
 
-struct TimeAxis {
+struct TimeCase {
   double begin;
   double end;
   double room;
@@ -89,7 +89,7 @@ struct TimeAxis {
 };
 
 TEST(ScaleTest, TimesHaveTicksAtRoundTimes) {
-  for (const TimeAxis& times : std::vector<TimeAxis>{
+  for (const TimeCase& times : std::vector<TimeCase>{
            {newYear, newYear + 2, 60,
             "2024-01-01 00:00:00 2024-01-01 00:00:01 2024-01-01 00:00:02"},
            {newYear + 60, newYear + 9 * hour, 80,

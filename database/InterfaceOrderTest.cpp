@@ -49,7 +49,7 @@ struct Interface {
 };
 
 /// What a composer may be bound to.
-class Bound {};
+class AnyReader {};
 
 TEST(InterfaceOrderTest, OperationsFollowTheDestructorInOrder) {
   using DbReq = Persist::Db::Req::Api;
@@ -109,7 +109,7 @@ TEST(InterfaceOrderTest, OperationsFollowTheDestructorInOrder) {
         requestSlot<RecordReq, RecordReq::ReadPayload>(),
         requestSlot<RecordReq, RecordReq::DestroyPayload>()}},
       {"Table::Atomic::Req::Api", {requestSlot<AtomicReq, AtomicReq::IteratePayload>()}},
-      {"Table::Composer", {slotOf(&Database::Table::Composer<Bound>::nextRecord)}},
+      {"Table::Composer", {slotOf(&Database::Table::Composer<AnyReader>::nextRecord)}},
   };
   for (const Interface& interface : interfaces) {
     EXPECT_EQ(interface.slots, slotsFrom(slotAfterDestructor, interface.slots.size()))

@@ -13,7 +13,7 @@ namespace {
 
 using namespace DatabaseTesting;
 namespace Table = Pvn::Database::Persist::Table;
-using OpenRecord = Pvn::Database::Record::Api;
+using RecordHandle = Pvn::Database::Record::Api;
 
 class FakeTable : public Table::Req::Api {
  public:
@@ -22,17 +22,17 @@ class FakeTable : public Table::Req::Api {
 
   void request(Rtk::ServerRequest<Table::Req::Api, OpenFirstRecordPayload>& request) override {
     openFirstRecord = request.getPayload();
-    request.getPayload()._result = handleIn<OpenRecord>(openFirstRecord->_mem);
+    request.getPayload()._result = handleIn<RecordHandle>(openFirstRecord->_mem);
     _server.reply(request, "openFirstRecord");
   }
   void request(Rtk::ServerRequest<Table::Req::Api, CreateRecordWithKeyPayload>& request) override {
     createRecordWithKey = request.getPayload();
-    request.getPayload()._result = handleIn<OpenRecord>(createRecordWithKey->_mem);
+    request.getPayload()._result = handleIn<RecordHandle>(createRecordWithKey->_mem);
     _server.reply(request, "createRecordWithKey");
   }
   void request(Rtk::ServerRequest<Table::Req::Api, CreateRecordPayload>& request) override {
     createRecord = request.getPayload();
-    request.getPayload()._result = handleIn<OpenRecord>(createRecord->_mem);
+    request.getPayload()._result = handleIn<RecordHandle>(createRecord->_mem);
     _server.reply(request, "createRecord");
   }
   void request(Rtk::ServerRequest<Table::Req::Api, DestroyPayload>& request) override {
@@ -53,7 +53,7 @@ class FakeTable : public Table::Req::Api {
 class TableSyncTest : public SyncTest<FakeTable> {
  protected:
   const char data[4] = {};
-  OpenRecord* result = nullptr;
+  RecordHandle* result = nullptr;
 };
 
 TEST_F(TableSyncTest, OpenFirstRecordCarriesItsArgumentsThereAndItsResultBack) {
@@ -62,7 +62,7 @@ TEST_F(TableSyncTest, OpenFirstRecordCarriesItsArgumentsThereAndItsResultBack) {
   EXPECT_EQ(target->openFirstRecord->_mem, memory);
   EXPECT_EQ(target->openFirstRecord->_memSize, 17U);
   EXPECT_EQ(target->openFirstRecord->_result, nullptr);
-  EXPECT_EQ(result, handleIn<OpenRecord>(memory));
+  EXPECT_EQ(result, handleIn<RecordHandle>(memory));
 }
 
 TEST_F(TableSyncTest, CreateRecordWithKeyCarriesItsArgumentsThereAndItsResultBack) {
@@ -73,7 +73,7 @@ TEST_F(TableSyncTest, CreateRecordWithKeyCarriesItsArgumentsThereAndItsResultBac
   EXPECT_EQ(target->createRecordWithKey->_memSize, 17U);
   EXPECT_EQ(target->createRecordWithKey->_key, -7);
   EXPECT_EQ(target->createRecordWithKey->_result, nullptr);
-  EXPECT_EQ(result, handleIn<OpenRecord>(memory));
+  EXPECT_EQ(result, handleIn<RecordHandle>(memory));
 }
 
 TEST_F(TableSyncTest, CreateRecordCarriesItsArgumentsThereAndItsResultBack) {
@@ -83,7 +83,7 @@ TEST_F(TableSyncTest, CreateRecordCarriesItsArgumentsThereAndItsResultBack) {
   EXPECT_EQ(target->createRecord->_mem, memory);
   EXPECT_EQ(target->createRecord->_memSize, 17U);
   EXPECT_EQ(target->createRecord->_result, nullptr);
-  EXPECT_EQ(result, handleIn<OpenRecord>(memory));
+  EXPECT_EQ(result, handleIn<RecordHandle>(memory));
 }
 
 TEST_F(TableSyncTest, DestroyReturnsWhenTheTargetHasEnded) {

@@ -17,9 +17,8 @@ namespace {
 
 using Metakit::MemoryDisk;
 using MetakitTesting::path;
+using MetakitTesting::tableDescription;
 using Kind = MemoryDisk::Operation::Kind;
-
-constexpr char description[] = "T[Key:I,Record:B]";
 
 /// Keys of table T in a file, as a text; "invalid" for a file that is not sound.
 std::string keysIn(const char* file) {
@@ -30,7 +29,7 @@ std::string keysIn(const char* file) {
     return "invalid";
   }
   std::string keys;
-  const c4_View view = storage.GetAs(description);
+  const c4_View view = storage.GetAs(tableDescription);
   for (int i = 0; i < view.GetSize(); ++i) {
     const int value = key(view[i]);
     const c4_Bytes body = record(view[i]);
@@ -74,7 +73,7 @@ class CommitTest : public ::testing::Test {
   /// Commits a file with the given key.
   void create(int key) {
     c4_Storage storage(path, 1);
-    c4_View view = storage.GetAs(description);
+    c4_View view = storage.GetAs(tableDescription);
     add(view, key);
     ASSERT_TRUE(storage.Commit());
     disk.operations.clear();
@@ -114,7 +113,7 @@ class CommitTest : public ::testing::Test {
 
 TEST_F(CommitTest, AFreshFileGetsItsHeaderFirstAndItsEndLast) {
   c4_Storage storage(path, 1);
-  c4_View view = storage.GetAs(description);
+  c4_View view = storage.GetAs(tableDescription);
   add(view, 20);
   ASSERT_TRUE(storage.Commit());
   // 8 header, 1 key, 20 record, 1 size, 9 rows of T, 22 root walk.
@@ -124,7 +123,7 @@ TEST_F(CommitTest, AFreshFileGetsItsHeaderFirstAndItsEndLast) {
 
 TEST_F(CommitTest, AFileThatIsMadeHereIsNotFlushed) {
   c4_Storage storage(path, 1);
-  c4_View view = storage.GetAs(description);
+  c4_View view = storage.GetAs(tableDescription);
   for (int i = 1; i < 10; ++i) {
     add(view, i);
     ASSERT_TRUE(storage.Commit());
@@ -136,7 +135,7 @@ TEST_F(CommitTest, AFileThatGrowsIsFlushedBeforeEachStepThatCounts) {
   create(20);
   const std::size_t end = disk[path].size();
   c4_Storage storage(path, 1);
-  c4_View view = storage.GetAs(description);
+  c4_View view = storage.GetAs(tableDescription);
   add(view, 110);
   ASSERT_TRUE(storage.Commit());
   const std::size_t limit = disk[path].size() - 16;
@@ -150,14 +149,14 @@ TEST_F(CommitTest, AFileThatDoesNotGrowGetsItsCommitTailLast) {
   create(90);
   {
     c4_Storage storage(path, 1);
-    c4_View view = storage.GetAs(description);
+    c4_View view = storage.GetAs(tableDescription);
     view.RemoveAt(0);
     ASSERT_TRUE(storage.Commit());
   }
   disk.operations.clear();
   const std::size_t length = disk[path].size();
   c4_Storage storage(path, 1);
-  c4_View view = storage.GetAs(description);
+  c4_View view = storage.GetAs(tableDescription);
   add(view, 3);
   ASSERT_TRUE(storage.Commit());
   EXPECT_EQ(disk[path].size(), length);
@@ -168,7 +167,7 @@ TEST_F(CommitTest, AFileThatDoesNotGrowGetsItsCommitTailLast) {
 TEST_F(CommitTest, ACommitBeginsWithTheLastOneOnTheDevice) {
   create(20);
   c4_Storage storage(path, 1);
-  c4_View view = storage.GetAs(description);
+  c4_View view = storage.GetAs(tableDescription);
   for (const int key : {110, 3, 120, 4}) {
     add(view, key);
     ASSERT_TRUE(storage.Commit());
@@ -182,7 +181,7 @@ TEST_F(CommitTest, ATailAcrossTwoSectorsIsNotOverwritten) {
   create(90);
   {
     c4_Storage storage(path, 1);
-    storage.GetAs(description).RemoveAt(0);
+    storage.GetAs(tableDescription).RemoveAt(0);
     ASSERT_TRUE(storage.Commit());
   }
   // As in a file of the library, which puts its tails anywhere.
@@ -190,7 +189,7 @@ TEST_F(CommitTest, ATailAcrossTwoSectorsIsNotOverwritten) {
   disk[path].insert(0, std::string(512 - inSector - 10, '#'));
   const std::string before = disk[path];
   c4_Storage storage(path, 1);
-  add(storage.GetAs(description), 3);
+  add(storage.GetAs(tableDescription), 3);
   ASSERT_TRUE(storage.Commit());
   EXPECT_EQ(disk[path].substr(before.size() - 16, 16), before.substr(before.size() - 16));
   EXPECT_LE((disk[path].size() - 16) % 512, 496U);
@@ -201,7 +200,7 @@ TEST_F(CommitTest, TheTailLiesWithinOneSector) {
   for (int size = 1; size < 128; ++size) {
     disk[path].clear();
     c4_Storage storage(path, 1);
-    c4_View view = storage.GetAs(description);
+    c4_View view = storage.GetAs(tableDescription);
     for (int i = 0; i < 5; ++i) {
       add(view, size);
       ASSERT_TRUE(storage.Commit());
@@ -213,7 +212,7 @@ TEST_F(CommitTest, TheTailLiesWithinOneSector) {
 
 TEST_F(CommitTest, NothingOfTheLastCommitIsOverwritten) {
   c4_Storage storage(path, 1);
-  c4_View view = storage.GetAs(description);
+  c4_View view = storage.GetAs(tableDescription);
   for (int i = 1; i < 60; ++i) {
     add(view, 1 + i * 37 % 127);
     if (i % 3 == 0) {
@@ -249,7 +248,7 @@ TEST_F(CommitTest, AFileCutOffAtAnyWriteOpensAtOneOfTheTwoCommits) {
       create(20);
       {
         c4_Storage storage(path, 1);
-        c4_View view = storage.GetAs(description);
+        c4_View view = storage.GetAs(tableDescription);
         add(view, 120);
         ASSERT_TRUE(storage.Commit());
         if (!grows) {
@@ -262,7 +261,7 @@ TEST_F(CommitTest, AFileCutOffAtAnyWriteOpensAtOneOfTheTwoCommits) {
       disk.dropFrom = cut;
       {
         c4_Storage storage(path, 1);
-        c4_View view = storage.GetAs(description);
+        c4_View view = storage.GetAs(tableDescription);
         add(view, 5);
         add(view, grows ? 127 : 6);
         ASSERT_TRUE(storage.Commit());
@@ -276,7 +275,7 @@ TEST_F(CommitTest, AFileCutOffAtAnyWriteOpensAtOneOfTheTwoCommits) {
 
       disk.dropFrom = SIZE_MAX;
       c4_Storage storage(path, 1);
-      c4_View view = storage.GetAs(description);
+      c4_View view = storage.GetAs(tableDescription);
       add(view, 77);
       ASSERT_TRUE(storage.Commit());
       EXPECT_EQ(keysIn(path), found + "77 ");
@@ -296,7 +295,7 @@ TEST_F(CommitTest, AnErrorLeavesFileAndMemoryAsTheyWere) {
       }
       const std::string before = fresh ? "" : "20 ";
       c4_Storage storage(path, 1);
-      c4_View view = storage.GetAs(description);
+      c4_View view = storage.GetAs(tableDescription);
       add(view, 120);
       disk.operations.clear();
       disk.failFrom = at;
@@ -320,7 +319,7 @@ TEST_F(CommitTest, ErrorsThatLastLeaveOneOfTheTwoCommits) {
     disk.failTo = SIZE_MAX;
     create(20);
     c4_Storage storage(path, 1);
-    c4_View view = storage.GetAs(description);
+    c4_View view = storage.GetAs(tableDescription);
     add(view, 120);
     disk.operations.clear();
     disk.failFrom = at;
@@ -338,7 +337,7 @@ TEST_F(CommitTest, ErrorsThatLastLeaveOneOfTheTwoCommits) {
 TEST_F(CommitTest, ATailThatGotThereInSpiteOfItsErrorIsTakenBack) {
   create(20);
   c4_Storage storage(path, 1);
-  c4_View view = storage.GetAs(description);
+  c4_View view = storage.GetAs(tableDescription);
   add(view, 90);
   ASSERT_TRUE(storage.Commit());
   view.RemoveAt(1);
@@ -376,7 +375,7 @@ TEST_F(CommitTest, AHeaderThatIsBehindIsMendedBeforeTheFileGrows) {
   const std::string header = disk[path].substr(0, 8);
   {
     c4_Storage storage(path, 1);
-    c4_View view = storage.GetAs(description);
+    c4_View view = storage.GetAs(tableDescription);
     add(view, 120);
     ASSERT_TRUE(storage.Commit());
   }
@@ -386,7 +385,7 @@ TEST_F(CommitTest, AHeaderThatIsBehindIsMendedBeforeTheFileGrows) {
   const std::size_t end = disk[path].size();
   disk.operations.clear();
   c4_Storage storage(path, 1);
-  c4_View view = storage.GetAs(description);
+  c4_View view = storage.GetAs(tableDescription);
   add(view, 121);
   ASSERT_TRUE(storage.Commit());
   EXPECT_EQ(trace().substr(0, 37),
@@ -420,7 +419,7 @@ TEST_F(CommitTest, CommitsToADatafileBehindOtherBytes) {
   ASSERT_EQ(keysIn(path), "20 ");
   for (int i = 0; i < 10; ++i) {
     c4_Storage storage(path, 1);
-    c4_View view = storage.GetAs(description);
+    c4_View view = storage.GetAs(tableDescription);
     add(view, 100 + i);
     ASSERT_TRUE(storage.Commit());
   }

@@ -26,8 +26,7 @@ using Metakit::markSize;
 using Metakit::MemoryDisk;
 using Metakit::PosixFile;
 using Metakit::tailSize;
-
-constexpr char keyAndRecord[] = "T[Key:I,Record:B]";
+using MetakitTesting::tableDescription;
 
 void add(c4_View& view, int key, const std::string& body) {
   c4_Row row;
@@ -65,8 +64,8 @@ void makeLargestFile(const std::string& path, std::int32_t free) {
   put(start, 100, memo);
   Bytes root;
   appendInteger(root, 0);
-  appendInteger(root, sizeof keyAndRecord - 1);
-  root.insert(root.end(), keyAndRecord, keyAndRecord + sizeof keyAndRecord - 1);
+  appendInteger(root, sizeof tableDescription - 1);
+  root.insert(root.end(), tableDescription, tableDescription + sizeof tableDescription - 1);
   for (const std::int32_t integer : {1, static_cast<std::int32_t>(table.size()), markSize}) {
     appendInteger(root, integer);
   }
@@ -86,7 +85,7 @@ TEST(LimitTest, AFileOfTwoGibibytesTakesNoMore) {
   makeLargestFile(path, 1000);
   c4_Storage storage(path.c_str(), 1);
   ASSERT_TRUE(storage.Strategy().IsValid());
-  c4_View view = storage.GetAs(keyAndRecord);
+  c4_View view = storage.GetAs(tableDescription);
   const int largest = sizeOf(view, 0);
   ASSERT_GT(largest, 2147000000);
   add(view, 2, std::string(2040, 'b'));
@@ -97,7 +96,7 @@ TEST(LimitTest, AFileOfTwoGibibytesTakesNoMore) {
   {
     c4_Storage again(path.c_str(), 0);
     ASSERT_TRUE(again.Strategy().IsValid());
-    const c4_View found = again.GetAs(keyAndRecord);
+    const c4_View found = again.GetAs(tableDescription);
     ASSERT_EQ(found.GetSize(), 1);
     EXPECT_EQ(sizeOf(found, 0), largest);
   }
@@ -108,13 +107,13 @@ TEST(LimitTest, AFileOfTwoGibibytesTakesNoMore) {
   add(view, 2, std::string(2040, 'b'));
   EXPECT_TRUE(storage.Commit());
   EXPECT_EQ(storage.Strategy()._failure, 0);
-  EXPECT_EQ(c4_Storage(path.c_str(), 0).GetAs(keyAndRecord).GetSize(), 2);
+  EXPECT_EQ(c4_Storage(path.c_str(), 0).GetAs(tableDescription).GetSize(), 2);
 }
 
 TEST(LimitTest, ARootWalkHas24Bits) {
   MemoryDisk disk;
   c4_Storage storage("file", 1);
-  c4_View view = storage.GetAs(keyAndRecord);
+  c4_View view = storage.GetAs(tableDescription);
   add(view, 1, "body");
   ASSERT_TRUE(storage.Commit());
   const std::string before = disk["file"];
@@ -130,7 +129,7 @@ TEST(LimitTest, ARootWalkHas24Bits) {
   EXPECT_EQ(view.GetSize(), 4);
   c4_Storage again("file", 0);
   ASSERT_TRUE(again.Strategy().IsValid());
-  EXPECT_EQ(again.GetAs(keyAndRecord).GetSize(), 3);
+  EXPECT_EQ(again.GetAs(tableDescription).GetSize(), 3);
 }
 
 TEST(LimitTest, ADescriptionNamesSoManyPropertiesAndNoMore) {

@@ -19,8 +19,9 @@
 
 namespace MetakitTesting {
 
-/// The file of the tests that need one.
+/// The name that tests give to their file, and the structure of their table.
 constexpr char path[] = "file";
+constexpr char tableDescription[] = "T[Key:I,Record:B]";
 
 }  // namespace MetakitTesting
 

@@ -21,8 +21,7 @@
 namespace {
 
 using Metakit::MemoryDisk;
-
-constexpr char tableDescription[] = "T[Key:I,Record:B]";
+using MetakitTesting::tableDescription;
 
 const c4_IntProp key("Key");
 const c4_BytesProp record("Record");

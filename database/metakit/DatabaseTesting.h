@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstring>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -48,6 +49,29 @@ std::string descriptionOf(const std::string& path);
 inline std::string bodyOf(char c) {
   return std::string(8, c);
 }
+
+/// A range of a record, and what comes of it.
+struct RangeCase {
+  const char* name;
+  std::string body;
+  unsigned int size;
+  unsigned int offset;
+  unsigned int result;
+  std::string printed;
+  /// Reading: a buffer of ten dots. Writing: the row.
+  std::string bytes;
+};
+
+inline std::ostream& operator<<(std::ostream& stream, const RangeCase& range) {
+  return stream << range.name;
+}
+
+inline std::string rangeName(const ::testing::TestParamInfo<RangeCase>& range) {
+  return range.param.name;
+}
+
+/// A body of as many bytes as a record has.
+inline const std::string whole = "01234567";
 
 /// Memory for an object that is to be built in it, followed by some that must not be touched.
 template <unsigned int size, unsigned int alignment>

@@ -4,7 +4,6 @@
 #include "database/metakit/Record.h"
 
 #include <new>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -18,7 +17,7 @@ using namespace DatabaseTesting;
 using Pvn::Database::Metakit::Persist::Record;
 namespace RecordReq = Pvn::Database::Persist::Record::Req;
 
-const std::string line = "Pvn::Database::Metakit::Persist;:Record::";
+const std::string recordLine = "Pvn::Database::Metakit::Persist;:Record::";
 
 /// A table with open records under the keys 1, 2 and 3.
 class RecordTest : public DatabaseTest {
@@ -141,28 +140,6 @@ TEST_F(RecordTest, ReadIsNotCommitted) {
 
 // ---- Ranges ----
 
-/// A range of a record, and what comes of it.
-struct RangeCase {
-  const char* name;
-  std::string body;
-  unsigned int size;
-  unsigned int offset;
-  unsigned int result;
-  std::string printed;
-  /// Reading: a buffer of ten dots. Writing: the row.
-  std::string bytes;
-};
-
-std::ostream& operator<<(std::ostream& stream, const RangeCase& range) {
-  return stream << range.name;
-}
-
-std::string rangeName(const ::testing::TestParamInfo<RangeCase>& range) {
-  return range.param.name;
-}
-
-const std::string whole = "01234567";
-
 /// The second of two rows, opened.
 class RecordRangeTest : public DatabaseTest, public ::testing::WithParamInterface<RangeCase> {
  protected:
@@ -193,8 +170,10 @@ TEST_P(RecordReadTest, ReadsItsRow) {
   EXPECT_EQ(buffer, range.bytes);
 }
 
-const std::string readOffsetLine = line + "request(ReadReq): offset beyond size of record.\n";
-const std::string readEndLine = line + "request(ReadReq): attempt to read beyond size of record.\n";
+const std::string recordReadOffsetLine =
+    recordLine + "request(ReadReq): offset beyond size of record.\n";
+const std::string recordReadEndLine =
+    recordLine + "request(ReadReq): attempt to read beyond size of record.\n";
 
 INSTANTIATE_TEST_SUITE_P(
     All, RecordReadTest,
@@ -202,17 +181,18 @@ INSTANTIATE_TEST_SUITE_P(
         RangeCase{"Whole", whole, 8, 0, 8, "", "01234567.."},
         RangeCase{"Part", whole, 3, 2, 3, "", "234......."},
         RangeCase{"NothingAtTheEnd", whole, 0, 8, 0, "", ".........."},
-        RangeCase{"NothingBeyondTheEnd", whole, 0, 9, 0, readOffsetLine, ".........."},
-        RangeCase{"OffsetBeyondTheEnd", whole, 1, 9, 0, readOffsetLine, ".........."},
-        RangeCase{"TenBytesFiveBeforeTheEnd", whole, 10, 3, 0, readEndLine, ".........."},
-        RangeCase{"OneByteTooMany", whole, 9, 0, 0, readEndLine, ".........."},
-        RangeCase{"OneByteAtTheEnd", whole, 1, 8, 0, readEndLine, ".........."},
+        RangeCase{"NothingBeyondTheEnd", whole, 0, 9, 0, recordReadOffsetLine, ".........."},
+        RangeCase{"OffsetBeyondTheEnd", whole, 1, 9, 0, recordReadOffsetLine, ".........."},
+        RangeCase{"TenBytesFiveBeforeTheEnd", whole, 10, 3, 0, recordReadEndLine, ".........."},
+        RangeCase{"OneByteTooMany", whole, 9, 0, 0, recordReadEndLine, ".........."},
+        RangeCase{"OneByteAtTheEnd", whole, 1, 8, 0, recordReadEndLine, ".........."},
         RangeCase{"SumThatWrapsAround", whole, 0xFFFFFFFC, 4, 0xFFFFFFFC, "", "4567......"},
-        RangeCase{"SumJustBelowWrappingAround", whole, 0xFFFFFFFB, 4, 0, readEndLine, ".........."},
+        RangeCase{"SumJustBelowWrappingAround", whole, 0xFFFFFFFB, 4, 0, recordReadEndLine,
+                  ".........."},
         RangeCase{"ShortBody", "abc", 5, 1, 5, "", std::string("bc\0\0\0.....", 10)},
         RangeCase{"EmptyBody", "", 3, 0, 3, "", std::string("\0\0\0.......", 10)},
         RangeCase{"LongBody", "0123456789abc", 8, 0, 8, "", "01234567.."},
-        RangeCase{"BeyondTheEndOfTheRecordInALongBody", "0123456789abc", 4, 5, 0, readEndLine,
+        RangeCase{"BeyondTheEndOfTheRecordInALongBody", "0123456789abc", 4, 5, 0, recordReadEndLine,
                   ".........."}),
     rangeName);
 
@@ -229,10 +209,12 @@ TEST_P(RecordWriteTest, WritesItsRowAndCommitsWhatIsWritten) {
   EXPECT_EQ(rowsAtSyncs.size(), range.printed.empty() ? 1U : 0U);
 }
 
-const std::string writeOffsetLine = line + "request(WriteReq): offset beyond size of record.\n";
-const std::string writeEndLine =
-    line + "request(WriteReq): attempt to write beyond size of record.\n";
-const std::string partialLine = line + "request(WriteReq): this didn't work like I had hoped:(\n";
+const std::string recordWriteOffsetLine =
+    recordLine + "request(WriteReq): offset beyond size of record.\n";
+const std::string recordWriteEndLine =
+    recordLine + "request(WriteReq): attempt to write beyond size of record.\n";
+const std::string recordPartialLine =
+    recordLine + "request(WriteReq): this didn't work like I had hoped:(\n";
 
 INSTANTIATE_TEST_SUITE_P(
     All, RecordWriteTest,
@@ -240,24 +222,25 @@ INSTANTIATE_TEST_SUITE_P(
         RangeCase{"Whole", whole, 8, 0, 8, "", "ABCDEFGH"},
         RangeCase{"WholeOverAShortBody", "ab", 8, 0, 8, "", "ABCDEFGH"},
         RangeCase{"WholeOverALongBody", "0123456789abc", 8, 0, 8, "", "ABCDEFGH"},
-        RangeCase{"FirstPart", whole, 4, 0, 0, partialLine, whole},
-        RangeCase{"LastPart", whole, 4, 4, 0, partialLine, whole},
-        RangeCase{"AllButTheLastByte", whole, 7, 0, 0, partialLine, whole},
-        RangeCase{"NothingAtTheStart", whole, 0, 0, 0, partialLine, whole},
-        RangeCase{"NothingAtTheEnd", whole, 0, 8, 0, partialLine, whole},
+        RangeCase{"FirstPart", whole, 4, 0, 0, recordPartialLine, whole},
+        RangeCase{"LastPart", whole, 4, 4, 0, recordPartialLine, whole},
+        RangeCase{"AllButTheLastByte", whole, 7, 0, 0, recordPartialLine, whole},
+        RangeCase{"NothingAtTheStart", whole, 0, 0, 0, recordPartialLine, whole},
+        RangeCase{"NothingAtTheEnd", whole, 0, 8, 0, recordPartialLine, whole},
         RangeCase{"NothingIntoNoBody", "", 0, 0, 0, "", ""},
-        RangeCase{"NothingAtTheEndOfNoBody", "", 0, 8, 0, partialLine, ""},
-        RangeCase{"NothingBeyondTheEnd", whole, 0, 9, 0, writeOffsetLine, whole},
-        RangeCase{"OffsetBeyondTheEnd", whole, 1, 9, 0, writeOffsetLine, whole},
-        RangeCase{"OneByteTooMany", whole, 9, 0, 0, writeEndLine, whole},
-        RangeCase{"OneByteAtTheEnd", whole, 1, 8, 0, writeEndLine, whole},
+        RangeCase{"NothingAtTheEndOfNoBody", "", 0, 8, 0, recordPartialLine, ""},
+        RangeCase{"NothingBeyondTheEnd", whole, 0, 9, 0, recordWriteOffsetLine, whole},
+        RangeCase{"OffsetBeyondTheEnd", whole, 1, 9, 0, recordWriteOffsetLine, whole},
+        RangeCase{"OneByteTooMany", whole, 9, 0, 0, recordWriteEndLine, whole},
+        RangeCase{"OneByteAtTheEnd", whole, 1, 8, 0, recordWriteEndLine, whole},
         RangeCase{"AllOfAShortBody", "ab", 2, 0, 2, "", "AB"},
-        RangeCase{"LessThanAShortBody", "ab", 1, 0, 0, partialLine, "ab"},
+        RangeCase{"LessThanAShortBody", "ab", 1, 0, 0, recordPartialLine, "ab"},
         RangeCase{"AsFarBehindAShortBodyAsItTakes", "ab", 3, 1, 3, "", "aABC"},
-        RangeCase{"OneByteLessThanThat", "ab", 2, 1, 0, partialLine, "ab"},
+        RangeCase{"OneByteLessThanThat", "ab", 2, 1, 0, recordPartialLine, "ab"},
         RangeCase{"AfterAGap", "", 4, 4, 4, "", std::string("\0\0\0\0ABCD", 8)},
         RangeCase{"SumThatWrapsAround", whole, 0xFFFFFFFC, 4, 0xFFFFFFFC, "", "0123ABCD"},
-        RangeCase{"SumJustBelowWrappingAround", whole, 0xFFFFFFFB, 4, 0, writeEndLine, whole}),
+        RangeCase{"SumJustBelowWrappingAround", whole, 0xFFFFFFFB, 4, 0, recordWriteEndLine,
+                  whole}),
     rangeName);
 
 TEST_F(RecordTest, StaysUsableAfterAFailure) {
@@ -292,21 +275,21 @@ class RecordWithoutRowTest : public RecordTest {
 TEST_F(RecordWithoutRowTest, ReadSaysSoAndCopiesNothing) {
   std::string buffer(recordSize, '.');
   EXPECT_EQ(output([&] { EXPECT_EQ(orphan().read(buffer.data(), recordSize, 0), 0U); }),
-            line + "request(ReadReq): no such record.\n");
+            recordLine + "request(ReadReq): no such record.\n");
   EXPECT_EQ(buffer, "........");
 }
 
 TEST_F(RecordWithoutRowTest, IsToldBeforeARangeThatIsWrong) {
   char buffer = 0;
   EXPECT_EQ(output([&] { EXPECT_EQ(orphan().read(&buffer, 1, 9), 0U); }),
-            line + "request(ReadReq): no such record.\n");
+            recordLine + "request(ReadReq): no such record.\n");
   EXPECT_EQ(output([&] { EXPECT_EQ(orphan().write(&buffer, 1, 9), 0U); }),
-            line + "request(WriteReq): no such record.\n");
+            recordLine + "request(WriteReq): no such record.\n");
 }
 
 TEST_F(RecordWithoutRowTest, WriteSaysSoAndCommitsNothing) {
   EXPECT_EQ(output([&] { EXPECT_EQ(orphan().write("01234567", recordSize, 0), 0U); }),
-            line + "request(WriteReq): no such record.\n");
+            recordLine + "request(WriteReq): no such record.\n");
   EXPECT_EQ(rows(), (Rows{{1, bodyOf('a')}, {3, bodyOf('c')}}));
   EXPECT_TRUE(rowsAtSyncs.empty());
 }
@@ -316,7 +299,7 @@ TEST_F(RecordWithoutRowTest, DestroySaysSoAndEndsTheObjectWithoutACommit) {
               orphan().destroy();
               EXPECT_EQ(end, "server");
             }),
-            line + "~Record(): no such record.\n");
+            recordLine + "~Record(): no such record.\n");
   EXPECT_EQ(rows(), (Rows{{1, bodyOf('a')}, {3, bodyOf('c')}}));
   EXPECT_TRUE(rowsAtSyncs.empty());
 }

@@ -9,7 +9,6 @@
 #include <climits>
 #include <deque>
 #include <new>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -26,9 +25,9 @@ using Pvn::Database::Table::RecordApi;
 namespace TableReq = Pvn::Database::Persist::Table::Req;
 namespace AtomicReq = Pvn::Database::Table::Atomic::Req;
 
-const std::string line = "Pvn::Database::Metakit::Persist::Table::";
+const std::string tableLine = "Pvn::Database::Metakit::Persist::Table::";
 const std::string duplicateLine =
-    line + "request(CreateRecordWithKeyReq): WARNING: The key specified was not unique!\n";
+    tableLine + "request(CreateRecordWithKeyReq): WARNING: The key specified was not unique!\n";
 
 class TableTest : public DatabaseTest {
  protected:
@@ -311,7 +310,7 @@ TEST_F(TableRandomKeyTest, FailingSourceIsAskedAgainWhenTheKeyZeroIsTaken) {
 TEST_F(TableRandomKeyTest, NullMemoryOfNoSizeIsWarnedAbout) {
   drawFrom({4});
   EXPECT_EQ(output([&] { EXPECT_EQ(table->createRecord("01234567", nullptr, 0), nullptr); }),
-            line + "request(CreateRecordReq): memSize < sizeof(Record)\n");
+            tableLine + "request(CreateRecordReq): memSize < sizeof(Record)\n");
   EXPECT_EQ(rowsInFile(), withRow(4));
 }
 
@@ -335,7 +334,7 @@ TEST_F(TableRandomKeyTest, ShortMemoryIsWarnedAboutAndAnsweredOnceWhenAllIsDone)
                                  }),
             1);
   EXPECT_EQ(::testing::internal::GetCapturedStdout(),
-            line + "request(CreateRecordReq): memSize < sizeof(Record)\n");
+            tableLine + "request(CreateRecordReq): memSize < sizeof(Record)\n");
   EXPECT_EQ(payload._result, nullptr);
   EXPECT_EQ(rowsInFile(), withRow(4));
   ASSERT_FALSE(memory.isUntouched());
@@ -358,7 +357,7 @@ TEST_F(TableTest, NullMemoryOfNoSizeIsWarnedAbout) {
   openTable();
   EXPECT_EQ(
       output([&] { EXPECT_EQ(table->createRecordWithKey("01234567", nullptr, 0, 7), nullptr); }),
-      line + "request(CreateRecordWithKeyReq): memSize < sizeof(Record)\n");
+      tableLine + "request(CreateRecordWithKeyReq): memSize < sizeof(Record)\n");
   EXPECT_EQ(rowsInFile(), (Rows{{7, "01234567"}}));
 }
 
@@ -369,7 +368,7 @@ TEST_F(TableTest, ShortMemoryIsWarnedAboutAndGivesNullYetTheRecordIsThere) {
                   table->createRecordWithKey("01234567", memory.get(), recordObjectSize - 1, 7),
                   nullptr);
             }),
-            line + "request(CreateRecordWithKeyReq): memSize < sizeof(Record)\n");
+            tableLine + "request(CreateRecordWithKeyReq): memSize < sizeof(Record)\n");
   EXPECT_EQ(rowsInFile(), (Rows{{7, "01234567"}}));
   ASSERT_FALSE(memory.isUntouched());
   auto* record = handleIn<RecordHandle>(memory.get());
@@ -379,8 +378,9 @@ TEST_F(TableTest, ShortMemoryIsWarnedAboutAndGivesNullYetTheRecordIsThere) {
 
 TEST_F(TableTest, ShortMemoryIsToldBeforeTheDuplicate) {
   openTable({{7, bodyOf('a')}});
-  EXPECT_EQ(output([&] { table->createRecordWithKey("01234567", memory.get(), 0, 7); }),
-            line + "request(CreateRecordWithKeyReq): memSize < sizeof(Record)\n" + duplicateLine);
+  EXPECT_EQ(
+      output([&] { table->createRecordWithKey("01234567", memory.get(), 0, 7); }),
+      tableLine + "request(CreateRecordWithKeyReq): memSize < sizeof(Record)\n" + duplicateLine);
 }
 
 TEST_F(TableTest, ShortMemoryIsAnsweredOnceWhenAllIsDone) {
@@ -395,7 +395,7 @@ TEST_F(TableTest, ShortMemoryIsAnsweredOnceWhenAllIsDone) {
                                  }),
             1);
   EXPECT_EQ(::testing::internal::GetCapturedStdout(),
-            line + "request(CreateRecordWithKeyReq): memSize < sizeof(Record)\n");
+            tableLine + "request(CreateRecordWithKeyReq): memSize < sizeof(Record)\n");
   EXPECT_EQ(payload._result, nullptr);
 }
 
@@ -531,28 +531,6 @@ TEST_F(TableIterationTest, OpenRecordGivesNullSilently) {
   EXPECT_TRUE(memory.isUntouched());
 }
 
-/// A range of the first row, and what comes of it.
-struct RangeCase {
-  const char* name;
-  std::string body;
-  unsigned int size;
-  unsigned int offset;
-  unsigned int result;
-  std::string printed;
-  /// Reading: a buffer of ten dots. Writing: the row.
-  std::string bytes;
-};
-
-std::ostream& operator<<(std::ostream& stream, const RangeCase& range) {
-  return stream << range.name;
-}
-
-std::string rangeName(const ::testing::TestParamInfo<RangeCase>& range) {
-  return range.param.name;
-}
-
-const std::string whole = "01234567";
-
 class TableReadTest : public TableTest, public ::testing::WithParamInterface<RangeCase> {};
 
 TEST_P(TableReadTest, ReadsTheCurrentRow) {
@@ -568,8 +546,8 @@ TEST_P(TableReadTest, ReadsTheCurrentRow) {
   EXPECT_EQ(buffer, range.bytes);
 }
 
-const std::string readOffsetLine = line + "read(): offset beyond size of record.\n";
-const std::string readEndLine = line + "read(): attempt to read beyond size of record.\n";
+const std::string tableReadOffsetLine = tableLine + "read(): offset beyond size of record.\n";
+const std::string tableReadEndLine = tableLine + "read(): attempt to read beyond size of record.\n";
 
 INSTANTIATE_TEST_SUITE_P(
     All, TableReadTest,
@@ -579,18 +557,19 @@ INSTANTIATE_TEST_SUITE_P(
         RangeCase{"UpToTheEnd", whole, 5, 3, 5, "", "34567....."},
         RangeCase{"NothingAtTheStart", whole, 0, 0, 0, "", ".........."},
         RangeCase{"NothingAtTheEnd", whole, 0, 8, 0, "", ".........."},
-        RangeCase{"NothingBeyondTheEnd", whole, 0, 9, 0, readOffsetLine, ".........."},
-        RangeCase{"OffsetBeyondTheEnd", whole, 1, 9, 0, readOffsetLine, ".........."},
-        RangeCase{"OneByteTooMany", whole, 9, 0, 0, readEndLine, ".........."},
-        RangeCase{"OneByteAtTheEnd", whole, 1, 8, 0, readEndLine, ".........."},
+        RangeCase{"NothingBeyondTheEnd", whole, 0, 9, 0, tableReadOffsetLine, ".........."},
+        RangeCase{"OffsetBeyondTheEnd", whole, 1, 9, 0, tableReadOffsetLine, ".........."},
+        RangeCase{"OneByteTooMany", whole, 9, 0, 0, tableReadEndLine, ".........."},
+        RangeCase{"OneByteAtTheEnd", whole, 1, 8, 0, tableReadEndLine, ".........."},
         RangeCase{"SumThatWrapsAround", whole, 0xFFFFFFFC, 4, 0xFFFFFFFC, "", "4567......"},
-        RangeCase{"SumJustBelowWrappingAround", whole, 0xFFFFFFFB, 4, 0, readEndLine, ".........."},
+        RangeCase{"SumJustBelowWrappingAround", whole, 0xFFFFFFFB, 4, 0, tableReadEndLine,
+                  ".........."},
         RangeCase{"SumThatWrapsAroundToTheEnd", whole, 0xFFFFFFFF, 8, 0xFFFFFFFF, "", ".........."},
-        RangeCase{"AllThatTheSumCanBe", whole, 0xFFFFFFFF, 0, 0, readEndLine, ".........."},
+        RangeCase{"AllThatTheSumCanBe", whole, 0xFFFFFFFF, 0, 0, tableReadEndLine, ".........."},
         RangeCase{"ShortBody", "abc", 5, 1, 5, "", std::string("bc\0\0\0.....", 10)},
         RangeCase{"EmptyBody", "", 3, 0, 3, "", std::string("\0\0\0.......", 10)},
         RangeCase{"LongBody", "0123456789abc", 8, 0, 8, "", "01234567.."},
-        RangeCase{"BeyondTheEndOfTheRecordInALongBody", "0123456789abc", 4, 5, 0, readEndLine,
+        RangeCase{"BeyondTheEndOfTheRecordInALongBody", "0123456789abc", 4, 5, 0, tableReadEndLine,
                   ".........."}),
     rangeName);
 
@@ -609,9 +588,10 @@ TEST_P(TableWriteTest, WritesTheCurrentRowWithoutACommit) {
   EXPECT_TRUE(rowsAtSyncs.empty());
 }
 
-const std::string writeOffsetLine = line + "write(): offset beyond size of record.\n";
-const std::string writeEndLine = line + "write(): attempt to write beyond size of record.\n";
-const std::string partialLine = line + "write(): this didn't work like I had hoped:(\n";
+const std::string tableWriteOffsetLine = tableLine + "write(): offset beyond size of record.\n";
+const std::string tableWriteEndLine =
+    tableLine + "write(): attempt to write beyond size of record.\n";
+const std::string tablePartialLine = tableLine + "write(): this didn't work like I had hoped:(\n";
 
 INSTANTIATE_TEST_SUITE_P(
     All, TableWriteTest,
@@ -619,25 +599,25 @@ INSTANTIATE_TEST_SUITE_P(
         RangeCase{"Whole", whole, 8, 0, 8, "", "ABCDEFGH"},
         RangeCase{"WholeOverAShortBody", "ab", 8, 0, 8, "", "ABCDEFGH"},
         RangeCase{"WholeOverALongBody", "0123456789abc", 8, 0, 8, "", "ABCDEFGH"},
-        RangeCase{"FirstPart", whole, 4, 0, 0, partialLine, whole},
-        RangeCase{"LastPart", whole, 4, 4, 0, partialLine, whole},
-        RangeCase{"AllButTheLastByte", whole, 7, 0, 0, partialLine, whole},
-        RangeCase{"NothingAtTheStart", whole, 0, 0, 0, partialLine, whole},
-        RangeCase{"NothingAtTheEnd", whole, 0, 8, 0, partialLine, whole},
+        RangeCase{"FirstPart", whole, 4, 0, 0, tablePartialLine, whole},
+        RangeCase{"LastPart", whole, 4, 4, 0, tablePartialLine, whole},
+        RangeCase{"AllButTheLastByte", whole, 7, 0, 0, tablePartialLine, whole},
+        RangeCase{"NothingAtTheStart", whole, 0, 0, 0, tablePartialLine, whole},
+        RangeCase{"NothingAtTheEnd", whole, 0, 8, 0, tablePartialLine, whole},
         RangeCase{"NothingIntoNoBody", "", 0, 0, 0, "", ""},
-        RangeCase{"NothingAtTheEndOfNoBody", "", 0, 8, 0, partialLine, ""},
-        RangeCase{"NothingBeyondTheEnd", whole, 0, 9, 0, writeOffsetLine, whole},
-        RangeCase{"OffsetBeyondTheEnd", whole, 1, 9, 0, writeOffsetLine, whole},
-        RangeCase{"OneByteTooMany", whole, 9, 0, 0, writeEndLine, whole},
-        RangeCase{"OneByteAtTheEnd", whole, 1, 8, 0, writeEndLine, whole},
+        RangeCase{"NothingAtTheEndOfNoBody", "", 0, 8, 0, tablePartialLine, ""},
+        RangeCase{"NothingBeyondTheEnd", whole, 0, 9, 0, tableWriteOffsetLine, whole},
+        RangeCase{"OffsetBeyondTheEnd", whole, 1, 9, 0, tableWriteOffsetLine, whole},
+        RangeCase{"OneByteTooMany", whole, 9, 0, 0, tableWriteEndLine, whole},
+        RangeCase{"OneByteAtTheEnd", whole, 1, 8, 0, tableWriteEndLine, whole},
         RangeCase{"AllOfAShortBody", "ab", 2, 0, 2, "", "AB"},
-        RangeCase{"LessThanAShortBody", "ab", 1, 0, 0, partialLine, "ab"},
+        RangeCase{"LessThanAShortBody", "ab", 1, 0, 0, tablePartialLine, "ab"},
         RangeCase{"AsFarBehindAShortBodyAsItTakes", "ab", 3, 1, 3, "", "aABC"},
-        RangeCase{"OneByteLessThanThat", "ab", 2, 1, 0, partialLine, "ab"},
-        RangeCase{"FromTheEndOfAShortBodyOn", "abc", 6, 3, 0, writeEndLine, "abc"},
+        RangeCase{"OneByteLessThanThat", "ab", 2, 1, 0, tablePartialLine, "ab"},
+        RangeCase{"FromTheEndOfAShortBodyOn", "abc", 6, 3, 0, tableWriteEndLine, "abc"},
         RangeCase{"AfterAGap", "", 4, 4, 4, "", std::string("\0\0\0\0ABCD", 8)},
         RangeCase{"SumThatWrapsAround", whole, 0xFFFFFFFC, 4, 0xFFFFFFFC, "", "0123ABCD"},
-        RangeCase{"SumJustBelowWrappingAround", whole, 0xFFFFFFFB, 4, 0, writeEndLine, whole},
+        RangeCase{"SumJustBelowWrappingAround", whole, 0xFFFFFFFB, 4, 0, tableWriteEndLine, whole},
         RangeCase{"SumThatWrapsAroundToTheEnd", whole, 0xFFFFFFFF, 8, 0xFFFFFFFF, "", whole},
         RangeCase{"SumThatWrapsAroundInALongBody", "0123456789abc", 0xFFFFFFFC, 4, 0xFFFFFFFC, "",
                   "0123ABCD89abc"}),
@@ -655,7 +635,7 @@ TEST_F(TableTest, PartialWriteOfALongerRecordIsRefused) {
     EXPECT_EQ(row.write("ABCDEFGH", 8, 4), 0U);
     return true;
   });
-  EXPECT_EQ(output([&] { other->iterate(visitor); }), partialLine);
+  EXPECT_EQ(output([&] { other->iterate(visitor); }), tablePartialLine);
   client([&] { other->destroy(); });
   EXPECT_EQ(rowsIn(path, "Longer"), (Rows{{7, "0123456789abcdef"}}));
 }

@@ -117,7 +117,7 @@ inline std::uint64_t bitsOf(double value) {
   return bits;
 }
 
-/// Of 127.99, where a zone's minima begin.
+/// Of 127.99, where the minimum of a zone begins.
 constexpr std::uint64_t bitsOf12799 = 0x405FFF5C28F5C28F;
 
 /// One row of the table of a class's fields: where its elements lie, and how to reach them through

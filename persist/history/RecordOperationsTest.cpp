@@ -30,7 +30,6 @@ struct Value {
 constexpr std::uint64_t top140 = 0x4061800000000000;
 constexpr std::uint64_t bottom40 = 0xC044000000000000;
 constexpr std::uint64_t top100 = 0x4059000000000000;
-constexpr std::uint64_t top12799 = 0x405FFF5C28F5C28F;
 
 struct Schema0System {
   static constexpr const char* name = "Schema0System";
@@ -63,7 +62,7 @@ struct Schema0Zone {
   static constexpr std::size_t days = 16, months = 808;
   static constexpr std::size_t clearedHeader = 4, clearedHeaderSize = 8;
   static constexpr bool clearedStarts = false;
-  static std::vector<Value> startValues() { return {{40, top12799}, {48, 0}}; }
+  static std::vector<Value> startValues() { return {{40, HistoryTesting::bitsOf12799}, {48, 0}}; }
 };
 
 struct Schema1Zone : Schema0Zone {
