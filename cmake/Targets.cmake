@@ -86,8 +86,26 @@ target_link_libraries(build_options INTERFACE Threads::Threads)
 add_library(file_dates INTERFACE)
 target_compile_definitions(file_dates INTERFACE _TIME_BITS=64)
 
+# For what is shipped: a fault in the programs must not become a way into the device. Position-independent
+# code is the default of Debian's compilers. Sanitizers bring checks of their own, and do not work with
+# those of the C library. tests/hardening checks the result.
+add_library(hardening INTERFACE)
+if(NOT SANITIZED)
+  include(CheckCXXCompilerFlag)
+  target_compile_options(hardening INTERFACE -fstack-protector-strong
+    # Takes an optimised build.
+    $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+  foreach(flag stack-clash-protection cf-protection)
+    check_cxx_compiler_flag(-f${flag} HAS_${flag})
+    if(HAS_${flag})
+      target_compile_options(hardening INTERFACE -f${flag})
+    endif()
+  endforeach()
+  target_link_options(hardening INTERFACE LINKER:-z,relro LINKER:-z,now)
+endif()
+
 add_library(core_options INTERFACE)
-target_link_libraries(core_options INTERFACE build_options)
+target_link_libraries(core_options INTERFACE build_options hardening)
 # Some processors, ARM among them, have no other way to tell the call stack of a fatal error.
 target_compile_options(core_options INTERFACE -fno-exceptions -fno-rtti -funwind-tables)
 
