@@ -7,7 +7,7 @@
 include(CMakePackageConfigHelpers)
 
 add_library(layers STATIC)
-foreach(layer rtk_list rtk_string rtk_error rtk_thread rtk_messaging random
+foreach(layer posix rtk_list rtk_string rtk_error rtk_thread rtk_messaging random
               database database_metakit metakit persist_history persist)
   get_target_property(headers ${layer} HEADER_SET)
   target_sources(layers PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${headers})
