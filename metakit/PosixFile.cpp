@@ -23,16 +23,30 @@ bool mayOnlyBeRead(int error) {
   return error == EACCES || error == EPERM || error == EROFS;
 }
 
+/// Opens a file under a descriptor above standard error: in a process that was started without
+/// standard descriptors, text for standard output or standard error would be written into the file.
+int openAboveStandardError(const char* path, int flags) {
+  const int descriptor = ::open(path, flags, 0666);
+  if (descriptor < 0 || descriptor > STDERR_FILENO) {
+    return descriptor;
+  }
+  const int moved = ::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  const int error = errno;
+  ::close(descriptor);
+  errno = error;
+  return moved;
+}
+
 }  // namespace
 
 std::unique_ptr<File> PosixFile::open(const char* path, bool write) {
   // Without O_NONBLOCK a FIFO would hold the caller up until somebody writes to it.
   const int flags = O_CLOEXEC | O_NONBLOCK;
   bool writable = write;
-  int descriptor = write ? ::open(path, O_RDWR | O_CREAT | flags, 0666) : -1;
+  int descriptor = write ? openAboveStandardError(path, O_RDWR | O_CREAT | flags) : -1;
   if (descriptor < 0 && (!write || mayOnlyBeRead(errno))) {
     writable = false;
-    descriptor = ::open(path, O_RDONLY | flags);
+    descriptor = openAboveStandardError(path, O_RDONLY | flags);
   }
   struct stat status = {};
   if (descriptor < 0) {

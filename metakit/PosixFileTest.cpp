@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -150,6 +152,58 @@ TEST_F(PosixFileTest, ACommitOverTheLimitFailsAndIsMadeUpFor) {
   });
   const std::string failed = std::to_string(EFBIG) + " 1 ";
   EXPECT_EQ(outcome.standardOutput, "0 1 " + failed + failed + "0 3 ");
+}
+
+/// "1" for each of: the file has a descriptor above standard error, which is close-on-exec; the
+/// other descriptors are unchanged. `open` opens the file with the standard descriptors of the set
+/// `closed` closed.
+std::string openedWithout(unsigned closed, const std::function<void()>& open) {
+  return TestSupport::inChild([closed, &open] {
+           const int output = ::fcntl(STDOUT_FILENO, F_DUPFD, 100);
+           for (int descriptor = 0; descriptor <= 2; ++descriptor) {
+             if ((closed >> descriptor & 1U) != 0) {
+               ::close(descriptor);
+             }
+           }
+           const int expected = ::fcntl(output, F_DUPFD, 3);
+           ::close(expected);
+           open();
+           ::dprintf(output, "%d", ::fcntl(expected, F_GETFD) == FD_CLOEXEC);
+           for (int descriptor = 0; descriptor <= 2; ++descriptor) {
+             const bool isOpen = ::fcntl(descriptor, F_GETFD) >= 0;
+             ::dprintf(output, "%d", isOpen == ((closed >> descriptor & 1U) == 0));
+           }
+         })
+      .standardOutput;
+}
+
+TEST_F(PosixFileTest, KeepsTheStandardDescriptorsFree) {
+  std::unique_ptr<Metakit::File> other;
+  for (unsigned closed = 0; closed < 8; ++closed) {
+    for (const bool write : {false, true}) {
+      const auto open = [&] { other = PosixFile::open(path.c_str(), write); };
+      EXPECT_EQ(openedWithout(closed, open), "1111") << closed << ", " << write;
+    }
+  }
+}
+
+TEST_F(PosixFileTest, KeepsAStorageWhenTextIsPrintedToAClosedDescriptor) {
+  const std::string database = folder.path("file.mk");
+  TestSupport::inChild([&] {
+    ::close(STDOUT_FILENO);
+    c4_Storage storage(database.c_str(), 1);
+    c4_Row row;
+    c4_IntProp("Key")(row) = 7;
+    c4_View view = storage.GetAs("T[Key:I]");
+    view.Add(row);
+    storage.Commit();
+    std::printf("text");
+    std::fflush(stdout);
+  });
+  c4_Storage found(database.c_str(), 0);
+  EXPECT_TRUE(found.Strategy().IsValid());
+  EXPECT_EQ(found.GetAs("T[Key:I]").GetSize(), 1);
+  EXPECT_EQ(TestSupport::readFile(database).find("text"), std::string::npos);
 }
 
 }  // namespace

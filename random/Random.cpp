@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "posix/StandardDescriptors.h"
+
 namespace Pvn::Random {
 
 namespace Posix {
@@ -18,7 +20,7 @@ int fd = 0;
 }  // namespace Posix
 
 void initialize() {
-  Posix::fd = ::open("/dev/urandom", O_RDONLY);
+  Posix::fd = StandardDescriptors::moveAbove(::open("/dev/urandom", O_RDONLY | O_CLOEXEC));
   if (Posix::fd < 0) {
     std::perror("Pvn::Random::initialize() can't open /dev/urandom.");
   }

@@ -21,8 +21,8 @@ int get();
 
 namespace Posix {
 
-/// The descriptor of the device; negative when it could not be opened. It starts as 0, which makes
-/// a number that is taken before initialize() come from standard input.
+/// The descriptor of the device; negative if the device could not be opened. initialize() never
+/// sets it to a standard descriptor. Before that it is 0, so get() reads from standard input.
 extern int fd;
 
 }  // namespace Posix

@@ -74,13 +74,25 @@ TEST(RandomTest, OpensTheDeviceForReadingOnly) {
   EXPECT_EQ(outcome, (Outcome{0, "/dev/urandom 1", ""}));
 }
 
-TEST(RandomTest, TakesTheDescriptorZeroForAGoodOne) {
-  const Outcome outcome = inChild([] {
-    ::close(STDIN_FILENO);
-    Pvn::Random::initialize();
-    std::printf("%d", Pvn::Random::Posix::fd);
-  });
-  EXPECT_EQ(outcome, (Outcome{0, "0", ""}));
+TEST(RandomTest, KeepsTheStandardDescriptorsFree) {
+  for (unsigned closed = 0; closed < 8; ++closed) {
+    const Outcome outcome = inChild([closed] {
+      const int output = ::dup(STDOUT_FILENO);
+      for (int descriptor = 0; descriptor <= 2; ++descriptor) {
+        if ((closed >> descriptor & 1U) != 0) {
+          ::close(descriptor);
+        }
+      }
+      Pvn::Random::initialize();
+      const int flags = ::fcntl(Pvn::Random::Posix::fd, F_GETFD);
+      ::dprintf(output, "%d %d", Pvn::Random::Posix::fd > 2, flags == FD_CLOEXEC);
+      for (int descriptor = 0; descriptor <= 2; ++descriptor) {
+        const bool isOpen = ::fcntl(descriptor, F_GETFD) >= 0;
+        ::dprintf(output, " %d", isOpen == ((closed >> descriptor & 1U) == 0));
+      }
+    });
+    EXPECT_EQ(outcome, (Outcome{0, "1 1 1 1 1", ""})) << closed;
+  }
 }
 
 TEST(RandomTest, ReadsStandardInputBeforeItIsInitialised) {
