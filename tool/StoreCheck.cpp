@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "posix/StandardDescriptors.h"
 #include "rtk/error/FatalError.h"
 #include "rtk/string/DString.h"
 
@@ -37,7 +38,8 @@ class OpenFile {
  public:
   // Without O_NONBLOCK a FIFO would hold the caller up until somebody writes to it.
   OpenFile(const char* path, int flags)
-      : _descriptor(::open(path, flags | O_CLOEXEC | O_NONBLOCK, 0666)) {}
+      : _descriptor(
+            StandardDescriptors::moveAbove(::open(path, flags | O_CLOEXEC | O_NONBLOCK, 0666))) {}
   ~OpenFile() {
     if (_descriptor >= 0) {
       ::close(_descriptor);

@@ -14,6 +14,8 @@
 //   TRIAL_OUTFILE=PATH         end the process when it writes to another file
 //   TRIAL_NO_LINKS=1           let no file have a second name, as on some file systems
 //   TRIAL_NO_SPACE=1           tell whoever asks that there is no space
+//   TRIAL_CLOSED=SET           close each standard descriptor whose bit is set in the number
+//   TRIAL_NO_DEVICES=1         let no file below /dev exist
 //   TRIAL_PROGRAM=NAME         let that program alone have all this, and none that it starts
 //
 // It begins with main(), so that the start of the program itself, where nothing can be told yet,
@@ -65,6 +67,7 @@ const char* outfile = nullptr;
 bool isSlow = false;
 bool isWithoutLinks = false;
 bool isWithoutSpace = false;
+bool isWithoutDevices = false;
 const char* countFile = nullptr;
 
 /// Bytes of memory that the process has a place for now.
@@ -88,6 +91,14 @@ void limit(int resource, rlim_t value) {
   }
 }
 
+void closeStandardDescriptors(unsigned long set) {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    if ((set >> descriptor & 1U) != 0) {
+      ::close(descriptor);
+    }
+  }
+}
+
 [[gnu::constructor]] void begin() {
   const char* program = std::getenv("TRIAL_PROGRAM");
   if (program != nullptr && std::strcmp(program, program_invocation_short_name) != 0) {
@@ -95,6 +106,7 @@ void limit(int resource, rlim_t value) {
   }
   isWithoutLinks = std::getenv("TRIAL_NO_LINKS") != nullptr;
   isWithoutSpace = std::getenv("TRIAL_NO_SPACE") != nullptr;
+  isWithoutDevices = std::getenv("TRIAL_NO_DEVICES") != nullptr;
   countFile = std::getenv("TRIAL_COUNT");
   outfile = std::getenv("TRIAL_OUTFILE");
   isSlow = std::getenv("TRIAL_SLOW") != nullptr;
@@ -102,6 +114,9 @@ void limit(int resource, rlim_t value) {
     char* end = nullptr;
     const long resource = std::strtol(text, &end, 10);
     limit(static_cast<int>(resource), std::strtoul(end + 1, nullptr, 10));
+  }
+  if (const char* text = std::getenv("TRIAL_CLOSED")) {
+    closeStandardDescriptors(std::strtoul(text, nullptr, 10));
   }
   if (const char* text = std::getenv("TRIAL_KILL")) {
     killed.from = std::strtoul(text, nullptr, 10);
@@ -186,7 +201,15 @@ int open(const char* path, int flags, ...) {
   va_start(rest, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
   va_end(rest);
+  if (isWithoutDevices && std::strncmp(path, "/dev/", 5) == 0) {
+    errno = ENOENT;
+    return -1;
+  }
   return fails() ? -1 : original<decltype(open)>("open64")(path, flags, mode);
+}
+
+int memfd_create(const char* name, unsigned int flags) noexcept {
+  return fails() ? -1 : original<decltype(memfd_create)>("memfd_create")(name, flags);
 }
 
 int stat(const char* path, struct stat* status) noexcept {
