@@ -72,11 +72,18 @@ void readCommandLine(int argc, char* argv[]) {
   if (::stat(originalDatabaseFileName, &original) != 0) {
     exitWithAccessError("INFILE", originalDatabaseFileName, errno, argv);
   }
-  // The history would be gone with it.
   struct stat converted = {};
-  if (::stat(convertedDatabaseFileName, &converted) == 0 && converted.st_dev == original.st_dev &&
-      converted.st_ino == original.st_ino) {
-    exitWithAccessError("OUTFILE", convertedDatabaseFileName, EINVAL, argv);
+  if (::stat(convertedDatabaseFileName, &converted) == 0) {
+    // If OUTFILE is the only name of INFILE, or what a link INFILE leads to, unlink() would destroy
+    // the history. Any other link to INFILE would only lose that name. It is refused, too: whoever
+    // names one file twice has made a mistake.
+    if (converted.st_dev == original.st_dev && converted.st_ino == original.st_ino) {
+      exitWithAccessError("OUTFILE", convertedDatabaseFileName, EINVAL, argv);
+    }
+    // A privileged user would replace the device for all programs.
+    if (S_ISCHR(converted.st_mode) || S_ISBLK(converted.st_mode)) {
+      exitWithAccessError("OUTFILE", convertedDatabaseFileName, ENOTSUP, argv);
+    }
   }
   // A conversion starts from a fresh file.
   if (::unlink(convertedDatabaseFileName) != 0 && errno != ENOENT) {

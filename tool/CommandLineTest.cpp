@@ -4,6 +4,7 @@
 #include "tool/CommandLine.h"
 
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -213,6 +214,31 @@ TEST_F(CommandLineTest, TellsWhyOutfileCannotBeRemoved) {
   EXPECT_EQ(runWith({infile, "0", directory, "1"}), message(directory, EISDIR));
   EXPECT_EQ(runWith({infile, "0", infile + "/x", "1"}), message(infile + "/x", ENOTDIR));
   EXPECT_TRUE(exists(directory));
+}
+
+TEST_F(CommandLineTest, RefusesADeviceAsOutfile) {
+  const std::string device = folder.path("device");
+  for (const mode_t kind : {mode_t{S_IFCHR}, mode_t{S_IFBLK}}) {
+    // Only privileged users can create devices. A link to one is refused, too.
+    if (::mknod(device.c_str(), kind | 0600, makedev(1, 7)) != 0) {
+      ASSERT_EQ(::symlink("/dev/full", device.c_str()), 0);
+    }
+    EXPECT_EQ(runWith({infile, "0", device, "1"}),
+              reported("Accessing OUTFILE argument \"" + device +
+                       "\", produced the error: " + std::strerror(ENOTSUP)));
+    EXPECT_EQ(runWith({"-q", infile, "0", device, "1"}), silentFailure);
+    struct stat status = {};
+    EXPECT_EQ(::stat(device.c_str(), &status), 0);
+    EXPECT_FALSE(S_ISREG(status.st_mode));
+    ::unlink(device.c_str());
+  }
+}
+
+TEST_F(CommandLineTest, RefusesALinkToADeviceAsOutfile) {
+  const std::string link = folder.path("link");
+  ASSERT_EQ(::symlink("/dev/full", link.c_str()), 0);
+  EXPECT_EQ(runWith({"-q", infile, "0", link, "1"}), silentFailure);
+  EXPECT_TRUE(exists(link));
 }
 
 TEST_F(CommandLineTest, FailsSilentlyForOutfileWhenQuiet) {

@@ -159,9 +159,9 @@ TEST_F(NamesTest, EachOutfileHasAClearEnd) {
       {folder.path("directory"), refused("OUTFILE", folder.path("directory"), EISDIR)},
       {folder.path("."), refused("OUTFILE", folder.path("."), EISDIR)},
       {infile + "/x", refused("OUTFILE", infile + "/x", ENOTDIR)},
-      {"/dev/null", refused("OUTFILE", "/dev/null", EACCES)},
-      {"/dev/zero", refused("OUTFILE", "/dev/zero", EACCES)},
-      {"/dev/full", refused("OUTFILE", "/dev/full", EACCES)},
+      {"/dev/null", refused("OUTFILE", "/dev/null", ENOTSUP)},
+      {"/dev/zero", refused("OUTFILE", "/dev/zero", ENOTSUP)},
+      {"/dev/full", refused("OUTFILE", "/dev/full", ENOTSUP)},
       {"/proc/version", refused("OUTFILE", "/proc/version", EACCES)},
       {"/proc/new", fatal("OUTFILE", "/proc/new", ENOENT)},
       // What can be removed makes room for a file.
