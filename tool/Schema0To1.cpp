@@ -35,8 +35,7 @@ void convertFromSchema0ToSchema1() {
   checkName("OUTFILE", convertedDatabaseFileName);
   originalService = new Service(databaseServer, originalDatabaseFileName);
   convertedService = new Service(databaseServer, convertedDatabaseFileName);
-  startThread(databaseServer, "databaseServer");
-  standStillAtExit(databaseServer);
+  stopServerAtExit(databaseServer, startThread(databaseServer, "databaseServer"));
   originalService->open();
   checkOpened(*originalService, "INFILE", originalDatabaseFileName);
   convertedService->open();

@@ -9,8 +9,9 @@
 //   TRIAL_NO_MEMORY=N,M        let allocations N up to but not M fail
 //   TRIAL_LIMIT=RESOURCE,VALUE set that limit; one of memory counts from what there is now
 //   TRIAL_COUNT=PATH           tell the file how many file calls and allocations there were
-//   TRIAL_SLOW=1               hold up each thread behind a signal to another one, and the process
-//                              at its end, so that the others do what they should not
+//   TRIAL_SLOW=MICROSECONDS    hold up each thread that long after a signal to another one, and the
+//                              process twice as long at its end, and fail if the server is then
+//                              still at work
 //   TRIAL_OUTFILE=PATH         end the process when it writes to another file
 //   TRIAL_NO_LINKS=1           let no file have a second name, as on some file systems
 //   TRIAL_NO_SPACE=1           tell whoever asks that there is no space
@@ -24,6 +25,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <semaphore.h>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -64,7 +66,8 @@ Calls failed;
 Calls withoutMemory;
 int error = 0;
 const char* outfile = nullptr;
-bool isSlow = false;
+useconds_t slowness = 0;
+std::atomic<bool> hasEnded{false};
 bool isWithoutLinks = false;
 bool isWithoutSpace = false;
 bool isWithoutDevices = false;
@@ -109,7 +112,9 @@ void closeStandardDescriptors(unsigned long set) {
   isWithoutDevices = std::getenv("TRIAL_NO_DEVICES") != nullptr;
   countFile = std::getenv("TRIAL_COUNT");
   outfile = std::getenv("TRIAL_OUTFILE");
-  isSlow = std::getenv("TRIAL_SLOW") != nullptr;
+  if (const char* text = std::getenv("TRIAL_SLOW")) {
+    slowness = static_cast<useconds_t>(std::strtoul(text, nullptr, 10));
+  }
   if (const char* text = std::getenv("TRIAL_LIMIT")) {
     char* end = nullptr;
     const long resource = std::strtol(text, &end, 10);
@@ -136,9 +141,10 @@ void closeStandardDescriptors(unsigned long set) {
 }
 
 [[gnu::destructor]] void end() {
-  if (isSlow) {
-    // Behind the destructors of the program, while its other threads run on.
-    ::usleep(10000);
+  if (slowness != 0) {
+    // After the destructors of the program, while its other threads continue.
+    hasEnded = true;
+    ::usleep(2 * slowness);
   }
   if (countFile != nullptr) {
     std::FILE* file = std::fopen(countFile, "w");
@@ -169,6 +175,18 @@ bool hasNoMemory() {
   return false;
 }
 #endif
+
+/// Ends a trial with a status that no run of the program has.
+[[noreturn]] void failTrial(const char* text) {
+  std::fprintf(stderr, "%s\n", text);
+  ::_exit(99);
+}
+
+bool isServerThread() {
+  char name[16] = {};
+  ::prctl(PR_GET_NAME, name);
+  return std::strcmp(name, "databaseServer") == 0;
+}
 
 void checkTarget(int file) {
   if (outfile == nullptr) {
@@ -309,22 +327,24 @@ void sync() noexcept {
 
 int sem_post(sem_t* semaphore) noexcept {
   const int result = original<decltype(sem_post)>("sem_post")(semaphore);
-  if (isSlow) {
-    ::usleep(2000);
-  }
+  ::usleep(slowness);
   return result;
 }
 
-/// The server's thread would wait for itself: of that the end is known, and hundreds of trials
-/// would take a second each.
-int sem_timedwait(sem_t* semaphore, const timespec* limit) {
-  char name[16] = {};
-  ::prctl(PR_GET_NAME, name);
-  if (std::strcmp(name, "databaseServer") == 0) {
-    errno = ETIMEDOUT;
-    return -1;
+int sem_wait(sem_t* semaphore) {
+  if (hasEnded && isServerThread()) {
+    failTrial("the server works after its end");
   }
-  return original<decltype(sem_timedwait)>("sem_timedwait")(semaphore, limit);
+  return original<decltype(sem_wait)>("sem_wait")(semaphore);
+}
+
+int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                           const timespec* limit) {
+  if (isServerThread()) {
+    failTrial("the server waits for itself");
+  }
+  using Wait = int(pthread_cond_t*, pthread_mutex_t*, const timespec*);
+  return original<Wait>("pthread_cond_timedwait")(condition, mutex, limit);
 }
 
 #ifdef FAILING_ALLOCATIONS
