@@ -6,17 +6,22 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <new>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "rtk/error/WrittenPieces.h"
 #include "tests/support/Child.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -35,22 +40,66 @@ TEST(FaultsDeathTest, MemoryThatCannotBeHadIsFatal) {
             expected);
 }
 
+constexpr char unreadableFile[] =
+    "@@ FATAL ERROR: A file cannot be read. Its device failed, or it was cut off.\n";
+
+/// Reads from a mapped file behind its end.
+void readTruncatedFile(const std::string& path) {
+  reportFaults();
+  const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT, 0600);
+  if (::ftruncate(descriptor, 10000) == 0) {
+    const auto* bytes = static_cast<const volatile char*>(
+        ::mmap(nullptr, 10000, PROT_READ, MAP_SHARED, descriptor, 0));
+    if (bytes[9000] == 0 && ::ftruncate(descriptor, 100) == 0) {
+      static_cast<void>(bytes[9000]);
+    }
+  }
+}
+
 TEST(FaultsDeathTest, AFileThatCannotBeReadIsFatal) {
   const TestSupport::TemporaryFolder folder;
   const std::string path = folder.path("file");
-  TestSupport::writeFile(path, std::string(10000, 'x'));
-  const Outcome expected = {
-      255, "", "@@ FATAL ERROR: A file cannot be read. Its device failed, or it was cut off.\n"};
   EXPECT_EQ(inChild([&path] {
-              reportFaults();
-              const int descriptor = ::open(path.c_str(), O_RDWR);
-              const auto* bytes = static_cast<const volatile char*>(
-                  ::mmap(nullptr, 10000, PROT_READ, MAP_SHARED, descriptor, 0));
-              if (bytes[9000] == 'x' && ::ftruncate(descriptor, 100) == 0) {
-                static_cast<void>(bytes[9000]);
-              }
+              std::printf("printed before");
+              readTruncatedFile(path);
             }),
-            expected);
+            (Outcome{255, "printed before", unreadableFile}));
+}
+
+TEST(FaultsDeathTest, AFileThatCannotBeReadIsReportedByOneWrite) {
+  const TestSupport::TemporaryFolder folder;
+  const std::string path = folder.path("file");
+  EXPECT_EQ(TestSupport::piecesWrittenBy([&path] { readTruncatedFile(path); }),
+            std::vector<std::string>{unreadableFile});
+}
+
+/// What a bus error of that cause does to the process.
+Outcome endBy(int code) {
+  return inChild([code] {
+    const rlimit none = {0, 0};
+    ::setrlimit(RLIMIT_CORE, &none);
+    reportFaults();
+    siginfo_t info = {};
+    info.si_signo = SIGBUS;
+    info.si_code = code;
+    ::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), ::gettid(), SIGBUS, &info);
+  });
+}
+
+TEST(FaultsDeathTest, AnUnreadablePageIsFatal) {
+  for (const int code : {BUS_ADRERR, BUS_OBJERR, BUS_MCEERR_AR}) {
+    EXPECT_EQ(endBy(code), (Outcome{255, "", unreadableFile})) << code;
+  }
+}
+
+TEST(FaultsDeathTest, OtherBusErrorsEndTheProcessByTheSignal) {
+  const std::string report =
+      TestSupport::emulated() ? "qemu: uncaught target signal 7 (Bus error) - core dumped\n" : "";
+  // 0x80 is the code of a bus error without a known cause.
+  const int codes[] = {BUS_ADRALN, BUS_MCEERR_AO, 0x80, SI_USER, SI_QUEUE, SI_TKILL};
+  for (const int code : codes) {
+    EXPECT_EQ(endBy(code), (Outcome{128 + SIGBUS, "", report})) << code;
+  }
 }
 
 TEST(FaultsDeathTest, ALimitOfTheFileSizeEndsNothing) {
