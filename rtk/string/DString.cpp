@@ -211,8 +211,7 @@ void DString::appendTo(const char* src, int n) {
       n = max - cur;
     }
   }
-  copyText(_buffer + cur, src, n);
-  _buffer[cur + n] = '\0';
+  appendText(_buffer + cur, src, n);
   std::free(replaced);
 }
 
@@ -231,7 +230,12 @@ char* DString::allocate(std::int64_t need, int& capacity) const {
     return nullptr;
   }
   capacity = static_cast<int>(size);
-  return static_cast<char*>(std::malloc(static_cast<std::size_t>(size)));
+  auto* const block = static_cast<char*>(std::malloc(static_cast<std::size_t>(size)));
+  if (block != nullptr) {
+    // Without this, insertAt() could reveal what the heap held before.
+    std::memset(block, '\0', static_cast<std::size_t>(size));
+  }
+  return block;
 }
 
 bool DString::replaceBlock(std::int64_t need, char*& replaced) {

@@ -6,6 +6,7 @@
 #include <climits>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 
 #include <functional>
 #include <optional>
@@ -40,7 +41,11 @@ void __real_free(void* block);
 
 void* __wrap_malloc(std::size_t size) {
   ++Heap::timesAsked;
-  return Heap::refusing ? nullptr : __real_malloc(size);
+  void* const block = Heap::refusing ? nullptr : __real_malloc(size);
+  if (block != nullptr) {
+    std::memset(block, '#', size);  // A new block may hold anything.
+  }
+  return block;
 }
 
 void __wrap_free(void* block) {
@@ -559,6 +564,24 @@ TEST_F(DStringWithoutMemoryTest, InsertingFallsBackToThatOfAFixedString) {
     withoutMemory(s, [&](DString& d) { d.insertAt(c.position, c.inserted); });
     expectText(s, c.after, 10, c.truncated);
   }
+}
+
+TEST_F(DStringWithoutMemoryTest, InsertingRevealsTheOlderTextAsInAFixedString) {
+  DString s("abcdefghij", 0, 11);
+  s = "abcdef";
+  withoutMemory(s, [](DString& d) { d.insertAt(4, "XYZWV"); });
+  expectText(s, "abcdXYZWVj", 10, true);
+}
+
+// Otherwise inserting would reveal what the heap held before.
+TEST_F(DStringWithoutMemoryTest, InsertingRevealsNothingInANewBlock) {
+  DString first("abcdef", 0, 11);
+  withoutMemory(first, [](DString& d) { d.insertAt(5, "WXYZ"); });
+  expectText(first, "abcdeWXYZ", 10, true);
+  DString grown("", 0, 11);
+  grown = "abcdefghijkl";
+  withoutMemory(grown, [](DString& d) { d.insertAt(11, "UVWXYZ012"); });
+  expectText(grown, "abcdefghijkUVWXYZ012", 21, true);
 }
 
 TEST_F(DStringWithoutMemoryTest, InsertsItsOwnTextAsAFixedStringDoes) {

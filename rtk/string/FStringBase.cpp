@@ -10,16 +10,18 @@
 
 namespace Rtk {
 
-FStringBase::FStringBase(char c, char* storage, int maxLength)
+FStringBase::FStringBase(char* storage, int maxLength)
     : StringBase(storage), _maxLength(maxLength) {
+  std::memset(storage, '\0', static_cast<std::size_t>(maxLength) + 1);
+}
+
+FStringBase::FStringBase(char c, char* storage, int maxLength) : FStringBase(storage, maxLength) {
   storage[0] = c;
-  storage[1] = '\0';
 }
 
 FStringBase::FStringBase(const char* s, char* storage, int maxLength)
-    : StringBase(storage), _maxLength(maxLength) {
+    : FStringBase(storage, maxLength) {
   if (s == nullptr) {
-    storage[0] = '\0';
     return;
   }
   _truncated = std::strlen(s) > static_cast<std::size_t>(maxLength);
@@ -27,26 +29,24 @@ FStringBase::FStringBase(const char* s, char* storage, int maxLength)
   storage[maxLength] = '\0';
 }
 
-FStringBase::FStringBase(int v, char* storage, int maxLength)
-    : StringBase(storage), _maxLength(maxLength) {
+FStringBase::FStringBase(int v, char* storage, int maxLength) : FStringBase(storage, maxLength) {
   const int written = std::snprintf(storage, static_cast<std::size_t>(maxLength) + 1, "%d", v);
   validateSizeAfterFormat(maxLength, written, maxLength);
 }
 
 FStringBase::FStringBase(unsigned int v, char* storage, int maxLength)
-    : StringBase(storage), _maxLength(maxLength) {
+    : FStringBase(storage, maxLength) {
   const int written = std::snprintf(storage, static_cast<std::size_t>(maxLength) + 1, "%u", v);
   validateSizeAfterFormat(maxLength, written, maxLength);
 }
 
-FStringBase::FStringBase(long v, char* storage, int maxLength)
-    : StringBase(storage), _maxLength(maxLength) {
+FStringBase::FStringBase(long v, char* storage, int maxLength) : FStringBase(storage, maxLength) {
   const int written = std::snprintf(storage, static_cast<std::size_t>(maxLength) + 1, "%ld", v);
   validateSizeAfterFormat(maxLength, written, maxLength);
 }
 
 FStringBase::FStringBase(unsigned long v, char* storage, int maxLength)
-    : StringBase(storage), _maxLength(maxLength) {
+    : FStringBase(storage, maxLength) {
   const int written = std::snprintf(storage, static_cast<std::size_t>(maxLength) + 1, "%lu", v);
   validateSizeAfterFormat(maxLength, written, maxLength);
 }
@@ -68,8 +68,7 @@ void FStringBase::appendTo(const char* src, int n) {
   const int cur = length();
   const int appended = std::min(_maxLength - cur, n);
   _truncated = appended != n;
-  copyText(_buffer + cur, src, appended);
-  _buffer[cur + appended] = '\0';
+  appendText(_buffer + cur, src, appended);
 }
 
 void FStringBase::insertAt(int position, const char* s) {

@@ -34,6 +34,10 @@ class FStringBase : public StringBase {
   FStringBase(const FStringBase&) = delete;
 
  private:
+  /// Fills the storage with NULs. Without that, insertAt() could reveal bytes that no operation of
+  /// this string has written.
+  FStringBase(char* storage, int maxLength);
+
   /// Constant after construction; the terminating NUL is not counted.
   int _maxLength;
 };

@@ -4,7 +4,11 @@
 #include "rtk/string/FString.h"
 
 #include <climits>
+#include <cstring>
 
+#include <algorithm>
+#include <functional>
+#include <new>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -189,12 +193,15 @@ struct InsertCase {
 
 class FStringInsertTest : public ::testing::TestWithParam<InsertCase> {};
 
-// The outcome holds whether the string was truncated before or not.
+// The result does not depend on whether the string was truncated before.
 TEST_P(FStringInsertTest, KeepsWhatTheRoomAllows) {
   const InsertCase& c = GetParam();
-  for (const char* earlier : {"", "##########", "###########"}) {
-    FString<10> s(earlier);
-    s.copyIn(c.before, static_cast<int>(std::string(c.before).size()));
+  for (const bool truncated : {false, true}) {
+    FString<10> s(c.before);
+    if (truncated) {
+      s.copyIn(c.before, 11);
+    }
+    ASSERT_EQ(s.truncated(), truncated);
     s.insertAt(c.position, c.inserted);
     expectText(s, c.after, c.truncated);
   }
@@ -231,6 +238,43 @@ INSTANTIATE_TEST_SUITE_P(AtTheEnd, FStringInsertTest,
                                            InsertCase{"", -1, "", "", false},
                                            InsertCase{"abcdefghij", 10, "X", "abcdefghij", true},
                                            InsertCase{"abcdefghij", 10, "", "abcdefghij", false}));
+
+TEST(FStringTest, InsertingOverTheWholeTailRevealsTheOlderTextBehindIt) {
+  struct Case {
+    int position;
+    const char* inserted;
+    const char* after;
+  };
+  for (const Case& c : {Case{4, "XYZ", "abcdXYZhij"}, Case{5, "XY", "abcdeXYhij"},
+                        Case{4, "XY", "abcdXY"}, Case{5, "UVWXYZ", "abcdeUVWXY"}}) {
+    FString<10> s("abcdefghij");
+    s = "abcdef";
+    s.insertAt(c.position, c.inserted);
+    expectText(s, c.after, true);
+  }
+}
+
+// Otherwise inserting would reveal what the memory held before the string was made.
+TEST(FStringTest, DefinesAllItsBytesWhenItIsConstructed) {
+  const std::function<FString<10>*(void*)> constructors[] = {
+      [](void* place) { return new (place) FString<10>(); },
+      [](void* place) { return new (place) FString<10>('7'); },
+      [](void* place) { return new (place) FString<10>("7"); },
+      [](void* place) { return new (place) FString<10>(static_cast<const char*>(nullptr)); },
+      [](void* place) { return new (place) FString<10>(7); },
+      [](void* place) { return new (place) FString<10>(7U); },
+      [](void* place) { return new (place) FString<10>(7L); },
+      [](void* place) { return new (place) FString<10>(7UL); },
+  };
+  for (const auto& construct : constructors) {
+    alignas(FString<10>) char memory[sizeof(FString<10>)];
+    std::memset(memory, '#', sizeof memory);
+    FString<10>* const s = construct(memory);
+    const char* const text = s->getString();
+    EXPECT_EQ(std::count(text + s->length(), text + 11, '\0'), 11 - s->length());
+    s->~FString();
+  }
+}
 
 // Inserting a part of the own text gives what inserting a copy of it gives.
 TEST(FStringTest, InsertsItsOwnTextAsItWouldACopy) {

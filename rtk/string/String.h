@@ -33,6 +33,10 @@ class String {
   virtual void copyIn(const char* src, int n) = 0;
   /// Inserts `s` before the byte at `position`; a negative position is the start, one at or past
   /// the end appends. Without room for all, more of the tail may go than strictly needed.
+  /// If the string then keeps nothing of the tail, it does not terminate the text after `s`: where
+  /// `s` passes the old end, the bytes that an earlier, longer text left in the buffer become text
+  /// again, up to the next NUL. This is intended. For example, a string with room for 10 that held
+  /// "abcdefghij" and now holds "abcdef" contains "abcdXYZhij" after insertAt(4, "XYZ").
   virtual void insertAt(int position, const char* s) = 0;
   /// Leaves `truncated()` as it was.
   virtual void clear() = 0;

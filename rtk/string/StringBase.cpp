@@ -308,19 +308,24 @@ void StringBase::copyText(char* to, const char* from, int n) {
   std::memset(to + used, '\0', size - used);
 }
 
+void StringBase::appendText(char* to, const char* from, int n) {
+  const std::size_t used = strnlen(from, static_cast<std::size_t>(n));
+  std::memmove(to, from, used);
+  to[used] = '\0';
+  to[n] = '\0';
+}
+
 void StringBase::insertText(int position, const char* s, int n, int keep) {
-  const int len = length();
   char* const gap = _buffer + position;
   const std::size_t size = static_cast<std::size_t>(n);
   if (keep <= 0) {
+    // No NUL here, on purpose: an insertion that passes the end of the text reveals the older text
+    // that the buffer still holds after it.
     std::memmove(gap, s, size);
-    if (position + n > len) {
-      gap[n] = '\0';
-    }
     return;
   }
   const std::less<const char*> before;
-  if (before(gap, s) && before(s, _buffer + len)) {
+  if (before(gap, s) && before(s, _buffer + length())) {
     // The source is part of the tail that makes way. Inserted from its last byte on, each next
     // byte of it has moved to the same place.
     const int last = static_cast<int>(s - gap) + n - 1;

@@ -77,14 +77,19 @@ class StringBase : public String {
   /// does; unlike there, the two may overlap.
   static void copyText(char* to, const char* from, int n);
 
-  /// Puts the first `n` bytes of `s` at `position`, over what is there, once the `keep` bytes from
-  /// `position` on have made way for them. `s` may be part of this string's own text.
-  /// REQUIRES: `0 <= position < length()`, and the buffer has room for the outcome.
+  /// Copies up to the first NUL, at most `n` bytes, and terminates the buffer there and `n` bytes
+  /// after `to`. Leaves the bytes between these two NULs unchanged. The two may overlap.
+  static void appendText(char* to, const char* from, int n);
+
+  /// Moves the `keep` bytes from `position` on up by `n` and copies the first `n` bytes of `s` to
+  /// `position`. Terminates the text only if `keep` is positive: without a tail, the text ends at
+  /// the next NUL that the buffer already holds. `s` may be part of this string's own text.
+  /// REQUIRES: `0 <= position < length()`, and the buffer has room for the result.
   void insertText(int position, const char* s, int n, int keep);
 
   /// Inserts `s` into a buffer that must not grow beyond `capacity` characters, and terminates the
-  /// buffer there. False when something was lost.
-  /// REQUIRES: `0 <= position < length()`.
+  /// buffer there. Returns false if it dropped part of `s` or of the tail.
+  /// REQUIRES: `0 <= position < length()`. All bytes of the buffer are initialised.
   bool insertWithin(int capacity, int position, const char* s);
 
   /// The last operation that may cut had to drop characters.

@@ -543,6 +543,57 @@ TYPED_TEST(StringBaseTest, InsertingMovesTheTailAlone) {
   EXPECT_EQ(std::string(buffer, 10), std::string("hXello\0hij", 10));
 }
 
+// Storing and appending write the bytes of the text and its end. Inserting may turn what follows
+// into text.
+TYPED_TEST(StringBaseTest, StoringLeavesTheBytesAfterTheText) {
+  struct Case {
+    std::function<void(String&)> operation;
+    std::string bytes;
+  };
+  const Case cases[] = {
+      {[](String& s) { s = "xyz"; }, std::string("xyz\0efghij", 11)},
+      {[](String& s) { s = 'x'; }, std::string("x\0cdefghij", 11)},
+      {[](String& s) { s = FString<4>("xy"); }, std::string("xy\0defghij", 11)},
+      {[](String& s) { s = 12; }, std::string("12\0defghij", 11)},
+      {[](String& s) { s.copyIn("x\0yz", 4); }, std::string("x\0\0\0\0fghij", 11)},
+      {[](String& s) { s.clear(); }, std::string("\0bcdefghij", 11)},
+      {[](String& s) { s.trimRight(8); }, std::string("ab\0defghij", 11)},
+      {[](String& s) { s.cut(2, 99); }, std::string("ab\0defghij", 11)},
+      {[](String& s) { s.cut(0, 7); }, std::string("ij\0defghij", 11)},
+      {[](String& s) { s.format("%d", 12); }, std::string("12\0defghij", 11)},
+      {[](String& s) { s.removeTrailingChars("hij"); }, std::string("abcdefg\0ij", 11)},
+      {[](String& s) { s.removeLeadingChars("abcdefgh"); }, std::string("ij\0defghij", 11)},
+  };
+  for (const Case& c : cases) {
+    this->text = "abcdefghij";
+    c.operation(this->text);
+    EXPECT_EQ(std::string(this->text.getString(), 11), c.bytes);
+  }
+}
+
+TYPED_TEST(StringBaseTest, AppendingLeavesTheBytesAfterTheText) {
+  struct Case {
+    std::function<void(String&)> operation;
+    std::string bytes;
+  };
+  const Case cases[] = {
+      {[](String& s) { s += "xyz"; }, std::string("abxyz\0ghij", 11)},
+      {[](String& s) { s += 'x'; }, std::string("abx\0efghij", 11)},
+      {[](String& s) { s += FString<4>("xy"); }, std::string("abxy\0fghij", 11)},
+      {[](String& s) { s += 12; }, std::string("ab12\0fghij", 11)},
+      {[](String& s) { s.appendTo("x\0yz", 4); }, std::string("abx\0ef\0hij", 11)},
+      {[](String& s) { s.formatAppend("%d", 12); }, std::string("ab12\0fghij", 11)},
+      {[](String& s) { s.insertAt(2, "xy"); }, std::string("abxy\0fghij", 11)},
+      {[](String& s) { s.insertAt(1, "xy"); }, std::string("axyb\0fghij", 11)},
+  };
+  for (const Case& c : cases) {
+    this->text = "abcdefghij";
+    this->text.trimRight(8);
+    c.operation(this->text);
+    EXPECT_EQ(std::string(this->text.getString(), 11), c.bytes);
+  }
+}
+
 // Every place to insert at, with every part of the text as what is inserted.
 TYPED_TEST(StringBaseTest, InsertsPartsOfItsOwnText) {
   const std::string own = "abcde";
