@@ -15,7 +15,7 @@ namespace {
 
 /// The id of the calling thread; its name goes to `*name`.
 unsigned long threadInfo(const char** name) {
-  const Thread* const thread = Thread::getCurrent();
+  Thread* const thread = Thread::getCurrent();
   *name = thread->getName();
   return thread->getId();
 }

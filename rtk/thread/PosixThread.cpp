@@ -88,11 +88,11 @@ void PosixThread::suSignal() {
   _semaphore.suSignal();
 }
 
-const char* PosixThread::getName() const {
+const char* PosixThread::getName() {
   return _name.getString();
 }
 
-unsigned long PosixThread::getId() const {
+unsigned long PosixThread::getId() {
   return _id;
 }
 
@@ -113,7 +113,7 @@ void* PosixThread::entryPoint(void* self) {
 }
 
 int PosixThread::schedulingPriority(int priority, int minimum, int maximum) {
-  // The number counts down from the policy's highest priority and cannot leave its range.
+  // The header says why the limits apply to the steps and not to the caller's number.
   const int steps = std::max(std::min(priority, maximum - minimum), 0);
   return maximum - steps;
 }

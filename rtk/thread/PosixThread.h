@@ -22,9 +22,10 @@ namespace Rtk {
 class PosixThread : public Thread {
  public:
   /// Starts the thread. The name is cut after 20 characters (the system shows 15). `priority` 0
-  /// asks for the highest priority that `policy` allows, larger numbers for lower ones. `stackSize`
-  /// is in bytes. REQUIRES: `runnable` outlives this object, and its run() does not return before
-  /// the constructor has (the scheduling of an ended thread cannot be set, which is fatal).
+  /// asks for the highest priority that `policy` allows, larger numbers for lower ones: see
+  /// schedulingPriority(). `stackSize` is in bytes. REQUIRES: `runnable` outlives this object, and
+  /// its run() does not return before the constructor has (the scheduling of an ended thread cannot
+  /// be set, which is fatal).
   PosixThread(Runnable& runnable, const char* name, int priority, int stackSize, int policy);
 
   /// Blocks until the thread has ended.
@@ -32,10 +33,10 @@ class PosixThread : public Thread {
 
   void signal() override;
   void suSignal() override;
-  const char* getName() const override;
+  const char* getName() override;
 
   /// The kernel's id of the thread; 0 until it has started.
-  unsigned long getId() const override;
+  unsigned long getId() override;
 
   /// Sets the priority on the scale of the policy, as it is: unlike the constructor it neither
   /// limits nor inverts it, which is meant. 0, or the error number of the system.
@@ -44,7 +45,13 @@ class PosixThread : public Thread {
   /// The first code on a new thread, which gets its PosixThread.
   static void* entryPoint(void* self);
 
-  /// The caller's priority on the scale of a policy that goes from `minimum` to `maximum`.
+  /// Converts the caller's priority to the scale of a policy that goes from `minimum` to `maximum`.
+  ///
+  /// Decision: the caller's number counts steps down from `maximum`, and the result is limited to
+  /// the range of the policy. On a scale from 1 to 99, 0 gives 99, 31 gives 68, 200 gives 1 and -5
+  /// gives 99. Limiting the caller's number to the range first and subtracting it from `maximum`
+  /// then would give 98 for 0 and for -5, and 0 for 200, which no real-time policy accepts. The two
+  /// rules agree on 1 to 98, and under SCHED_OTHER, whose range is 0 to 0.
   static int schedulingPriority(int priority, int minimum, int maximum);
 
   /// The bytes of stack that a thread gets which asks for `stackSize`: 16384 at the least.

@@ -22,8 +22,9 @@ class Thread : public Signaled {
   Thread();
   ~Thread() override;
 
-  virtual const char* getName() const = 0;
-  virtual unsigned long getId() const = 0;
+  // Not const, on purpose: derived classes override these signatures.
+  virtual const char* getName() = 0;
+  virtual unsigned long getId() = 0;
 
   /// The calling thread. Fatal when the framework did not start it.
   static Thread* getCurrent();
@@ -37,7 +38,8 @@ class Thread : public Signaled {
   /// The id of the process.
   static int createTaskId();
 
-  /// Visits the registered threads in the order of their creation, until a visit returns false.
+  /// Visits the registered threads in the order of their creation, until a visit returns false. A
+  /// registered thread may be only partly constructed: see ThreadTraverserApi.
   static void traverse(ThreadTraverserApi& traverser);
 
  protected:

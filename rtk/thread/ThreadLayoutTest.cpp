@@ -5,6 +5,7 @@
 #include <semaphore.h>
 
 #include <cstddef>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -82,6 +83,27 @@ TEST(ThreadLayoutTest, KeepsTheOrderOfVirtualOperations) {
   for (const Class& test : classes) {
     EXPECT_EQ(test.slots, test.expected) << test.name;
   }
+}
+
+// A class derived with these signatures overrides: a missing or an additional const hides the
+// operation of the base instead.
+static_assert(std::is_same_v<decltype(&Thread::getName), const char* (Thread::*)()>);
+static_assert(std::is_same_v<decltype(&Thread::getId), unsigned long (Thread::*)()>);
+static_assert(std::is_same_v<decltype(&PosixThread::getName), const char* (PosixThread::*)()>);
+static_assert(std::is_same_v<decltype(&PosixThread::getId), unsigned long (PosixThread::*)()>);
+
+TEST(ThreadLayoutTest, CallsTheNameAndTheIdOfADerivedClass) {
+  class Derived final : public Thread {
+   public:
+    void signal() override {}
+    void suSignal() override {}
+    const char* getName() override { return "derived"; }
+    unsigned long getId() override { return 42; }
+  };
+  Derived derived;
+  Thread& thread = derived;
+  EXPECT_STREQ(thread.getName(), "derived");
+  EXPECT_EQ(thread.getId(), 42U);
 }
 
 TEST(ThreadLayoutTest, HasInterfacesWithoutData) {

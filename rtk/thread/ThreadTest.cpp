@@ -32,8 +32,8 @@ class ListedThread final : public Rtk::Thread {
   explicit ListedThread(const char* name) : _name(name) {}
   void signal() override {}
   void suSignal() override {}
-  const char* getName() const override { return _name; }
-  unsigned long getId() const override { return 1; }
+  const char* getName() override { return _name; }
+  unsigned long getId() override { return 1; }
 
  private:
   const char* _name;

@@ -48,7 +48,7 @@ class RtkThread final : private Rtk::Runnable {
       ++suSignals;
       Rtk::PosixThread::suSignal();
     }
-    unsigned long getId() const override {
+    unsigned long getId() override {
       return _chosenId != 0 ? _chosenId : Rtk::PosixThread::getId();
     }
 
