@@ -34,6 +34,11 @@ class MailboxServer : public Runnable, public Mailbox, public MailboxServerStopR
   /// Blocks until the server has left its loop; for ever, if it has no thread. A server that has
   /// stopped already is logged and left alone. Any thread of the framework but the server's own,
   /// which would wait for itself.
+  ///
+  /// REQUIRES: the constructor of the server's PosixThread has returned. If a stop request already
+  /// waits in the mailbox, run() may return before that constructor sets the scheduling of the
+  /// thread, and a thread that has ended makes the constructor fatal ("pthread_getschedparam
+  /// failed" or "pthread_setschedparam failed").
   void pleaseStop() override;
 
   /// Ends the loop behind the current message; the request comes back after that.
