@@ -19,6 +19,7 @@
 #include "rtk/thread/RecordedCalls.h"
 #include "rtk/thread/Thread.h"
 #include "tests/support/Child.h"
+#include "tests/support/ObjectLayout.h"
 #include "tests/support/RtkThread.h"
 
 namespace {
@@ -65,6 +66,27 @@ class MailboxTest : public ::testing::Test {
       suSignals = owner.suSignals();
     }
     return taken;
+  }
+
+  /// What the mailbox holds now: a for message a at the head, s for a signal, w for a waiter.
+  std::string state() const {
+    std::string held;
+    held += TestSupport::pointerAt(mailbox, 3) == &a ? 'a' : '-';
+    held += reinterpret_cast<const char*>(&mailbox)[6 * sizeof(void*)] != 0 ? 's' : '-';
+    held += TestSupport::pointerAt(mailbox, 5) != nullptr ? 'w' : '-';
+    return held + ' ';
+  }
+
+  /// The states before each call named `call` that this thread makes in `change`, which wakes the
+  /// owner from its sleep.
+  std::string statesWhileAsleep(const char* call, const std::function<void()>& change) {
+    std::string states;
+    takeAsleep(1, [&] {
+      RecordedCalls recorded;
+      recorded.before(call, [&] { states += state(); });
+      change();
+    });
+    return states;
   }
 
   /// The same, with `others` done before the owner looks.
@@ -268,6 +290,42 @@ TEST_F(MailboxTest, ReleasesTheLockWhenItGivesSomething) {
   });
   EXPECT_EQ(text,
             "pthread_mutex_lock\npthread_mutex_unlock\npthread_mutex_lock\npthread_mutex_unlock\n");
+}
+
+TEST_F(MailboxTest, ChangesItsQueueAndSignalUnderTheLock) {
+  std::string states;
+  onRtkThread([&] {
+    RecordedCalls recorded;
+    recorded.before("pthread_mutex_lock", [&] { states += state(); });
+    recorded.before("pthread_mutex_unlock", [&] { states += state(); });
+    mailbox.post(a);
+    mailbox.signal();
+    mailbox.waitNext();
+    mailbox.waitNext();
+  });
+  EXPECT_EQ(states, "--- a-- a-- as- as- a-- a-- --- ");
+}
+
+TEST_F(MailboxTest, TakesItsWaiterUnderTheLock) {
+  EXPECT_EQ(statesWhileAsleep("pthread_mutex_lock", [this] { mailbox.post(a); }), "--w ");
+  EXPECT_EQ(statesWhileAsleep("pthread_mutex_unlock", [this] { mailbox.post(a); }), "a-- ");
+  EXPECT_EQ(statesWhileAsleep("pthread_mutex_lock", [this] { mailbox.signal(); }), "--w ");
+  EXPECT_EQ(statesWhileAsleep("pthread_mutex_unlock", [this] { mailbox.signal(); }), "-s- ");
+}
+
+TEST_F(MailboxTest, IsChangedBeforeItWakesItsOwner) {
+  EXPECT_EQ(statesWhileAsleep("sem_post", [this] { mailbox.post(a); }), "a-- ");
+  EXPECT_EQ(statesWhileAsleep("sem_post", [this] { mailbox.signal(); }), "-s- ");
+  std::string states;
+  {
+    RtkThread owner([this] { take(1); });
+    asleep.wait();
+    RecordedCalls recorded;
+    recorded.before("sem_post", [&] { states += state(); });
+    mailbox.suSignal();
+    mailbox.signal();  // Lets the owner wake even if suSignal() lost its signal.
+  }
+  EXPECT_EQ(states, "-s- ");
 }
 
 TEST_F(MailboxTest, ReleasesTheLockBeforeItsOwnerSleeps) {

@@ -19,6 +19,7 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -115,12 +116,12 @@ TEST_F(PosixThreadDeathTest, LogsThatItCannotJoinItself) {
      public:
       void run() override {
         made.wait();
-        RecordedCalls calls;
         std::printf(
             "@@ UNEXPECTED ERROR [self (%05lX)]: "
             "%p: PosixThread::~PosixThread: pthread_join(0x%lx) failed: %d\n\n",
             static_cast<unsigned long>(::gettid()), static_cast<void*>(thread), ::pthread_self(),
             EDEADLK);
+        RecordedCalls calls;
         thread->~PosixThread();
         // The log's lock is taken and given back, then the rest goes as ever.
         std::exit(calls.text() ==
@@ -321,6 +322,33 @@ TEST_F(PosixThreadTest, KeepsTheOrderOfItsMembers) {
   EXPECT_EQ(TestSupport::placeOf(thread, *static_cast<const char*>(places.front())), 3U);
   EXPECT_TRUE(std::is_sorted(places.begin(), places.end(), std::less<>()));
   body.pleaseStop();
+}
+
+TEST_F(PosixThreadTest, IsFoundThenNamedThenNumberedBeforeItsBodyRuns) {
+  class Marking final : public Runnable {
+   public:
+    explicit Marking(RecordedCalls& calls) : _calls(calls) {}
+    void run() override { _calls.mark("run"); }
+
+   private:
+    RecordedCalls& _calls;
+  };
+  std::string text;
+  // No thread is made: this one, which is not otherwise an Rtk::Thread, takes its place.
+  std::thread([&text] {
+    RecordedCalls calls;
+    for (const char* call :
+         {"pthread_create", "pthread_getschedparam", "pthread_setschedparam", "pthread_join"}) {
+      calls.answer(call, 0);
+    }
+    Marking body(calls);
+    PosixThread thread(body, "name", 31, 65536, SCHED_OTHER);
+    const std::size_t made = calls.text().size();
+    EXPECT_EQ(PosixThread::entryPoint(&thread), nullptr);
+    text = calls.text().substr(made);
+    EXPECT_FALSE(running(thread));
+  }).join();
+  EXPECT_EQ(text, "pthread_setspecific\nprctl(15)\ngettid\nrun\n");
 }
 
 TEST_F(PosixThreadTest, RunsUntilItsBodyReturns) {

@@ -121,12 +121,16 @@ RECORD(nanosleep, (const timespec* duration, timespec* rest), (duration, rest), 
        list(duration->tv_sec, duration->tv_nsec))
 RECORD(pthread_key_create, (pthread_key_t * key, void (*destructor)(void*)), (key, destructor),
        RecordedCalls::perform, destructor == nullptr ? "" : "(destructor)")
+RECORD(pthread_setspecific, (pthread_key_t key, const void* value), (key, value),
+       RecordedCalls::perform, "")
 RECORD(pthread_attr_init, (pthread_attr_t * attribute), (attribute), RecordedCalls::perform, "")
 RECORD(pthread_attr_destroy, (pthread_attr_t * attribute), (attribute), RecordedCalls::perform, "")
 RECORD(pthread_attr_setdetachstate, (pthread_attr_t * attribute, int state), (attribute, state),
        RecordedCalls::perform, state == PTHREAD_CREATE_DETACHED ? "(detached)" : "(joinable)")
 RECORD(pthread_attr_setstacksize, (pthread_attr_t * attribute, size_t size), (attribute, size),
        RecordedCalls::perform, list(static_cast<long long>(size)))
+RECORD(pthread_attr_setinheritsched, (pthread_attr_t * attribute, int inherit),
+       (attribute, inherit), RecordedCalls::perform, list(inherit))
 RECORD(pthread_create,
        (pthread_t * thread, const pthread_attr_t* attribute, void* (*entry)(void*), void* argument),
        (thread, attribute, entry, argument), RecordedCalls::perform, "")
@@ -138,6 +142,10 @@ RECORD(pthread_setschedparam, (pthread_t thread, int policy, const sched_param* 
        (thread, policy, parameter), RecordedCalls::perform, list(policy, parameter->sched_priority))
 RECORD(pthread_setschedprio, (pthread_t thread, int priority), (thread, priority),
        RecordedCalls::perform, list(priority))
+// Declared with as many arguments as the system call takes.
+RECORD(prctl, (int option, unsigned long a, unsigned long b, unsigned long c, unsigned long d),
+       (option, a, b, c, d), RecordedCalls::perform, list(option))
+RECORD(gettid, (), (), RecordedCalls::perform, "")
 RECORD(backtrace, (void** frames, int limit), (frames, limit), RecordedCalls::perform, list(limit))
 
 }  // extern "C"

@@ -176,6 +176,28 @@ TEST(ThreadTest, ChangesTheListUnderTheLock) {
             "pthread_mutex_lock\npthread_mutex_unlock\n");
 }
 
+TEST(ThreadTest, ChangesTheListOnlyWhileItHoldsTheLock) {
+  class Count final : public Rtk::ThreadTraverserApi {
+   public:
+    bool visit(Rtk::Thread&) override {
+      ++threads;
+      return true;
+    }
+    int threads = 0;
+  };
+  std::string counts;
+  const auto note = [&counts] {
+    Count listed;
+    Rtk::Thread::traverse(listed);
+    counts += std::to_string(listed.threads);
+  };
+  RecordedCalls calls;
+  calls.before("pthread_mutex_lock", note);
+  calls.before("pthread_mutex_unlock", note);
+  { const ListedThread thread("a"); }
+  EXPECT_EQ(counts, "0110");
+}
+
 TEST(ThreadTest, LetsAVisitorMakeThreads) {
   class Maker final : public Rtk::ThreadTraverserApi {
    public:
