@@ -213,7 +213,10 @@ TYPED_TEST(StringBaseTest, FindsCharactersFromAnIndexWithinTheText) {
   EXPECT_EQ(this->text.indexOf('l', 3), 3);
   EXPECT_EQ(this->text.indexOf('l', 4), -1);
   EXPECT_EQ(this->text.indexOf('l', 5), -1);
+  EXPECT_EQ(this->text.indexOf('\0'), 5);
+  EXPECT_EQ(this->text.indexOf('\0', 4), 5);
   EXPECT_EQ(this->text.indexOf('\0', 5), -1);
+  EXPECT_EQ(this->text.lastIndexOf('\0'), 5);
   EXPECT_EQ(this->text.indexOf('l', -1), -1);
   EXPECT_EQ(this->text.indexOf('x'), -1);
   EXPECT_EQ(this->text.lastIndexOf('l'), 3);
@@ -239,7 +242,9 @@ TYPED_TEST(StringBaseTest, FindsTextFromAnIndexWithinTheText) {
 TYPED_TEST(StringBaseTest, FindsNothingInAnEmptyText) {
   EXPECT_EQ(this->text.indexOf('a'), -1);
   EXPECT_EQ(this->text.indexOf(""), -1);
+  EXPECT_EQ(this->text.indexOf('\0'), -1);
   EXPECT_EQ(this->text.lastIndexOf('a'), -1);
+  EXPECT_EQ(this->text.lastIndexOf('\0'), 0);
   EXPECT_EQ(this->text.count('a'), 0);
 }
 
@@ -606,172 +611,6 @@ TYPED_TEST(StringBaseTest, InsertsPartsOfItsOwnText) {
           << position << " " << offset;
     }
   }
-}
-
-// Tells which virtual operations run.
-class Recorder : public FString<16> {
- public:
-  Recorder() : FString<16>("ab") {}
-  using FString<16>::operator=;
-
-  std::string marksOf(const std::function<void(Recorder&)>& operation) {
-    _marks.clear();
-    operation(*this);
-    return _marks;
-  }
-
-  const char* getString() const override {
-    _marks += "getString ";
-    return FString<16>::getString();
-  }
-  int length() const override {
-    _marks += "length ";
-    return FString<16>::length();
-  }
-  int maxLength() const override {
-    _marks += "maxLength ";
-    return FString<16>::maxLength();
-  }
-  void trimRight(int n) override {
-    _marks += "trimRight ";
-    FString<16>::trimRight(n);
-  }
-  void copyIn(const char* src, int n) override {
-    _marks += "copyIn ";
-    FString<16>::copyIn(src, n);
-  }
-  void appendTo(const char* src, int n) override {
-    _marks += "appendTo ";
-    FString<16>::appendTo(src, n);
-  }
-  void vformat(const char* fmt, va_list args) override {
-    _marks += "vformat ";
-    FString<16>::vformat(fmt, args);
-  }
-  void vformatAppend(const char* fmt, va_list args) override {
-    _marks += "vformatAppend ";
-    FString<16>::vformatAppend(fmt, args);
-  }
-
- private:
-  mutable std::string _marks;
-};
-
-TEST(StringBaseVirtualTest, OperationsRunThoseOfTheConcreteType) {
-  struct Case {
-    const char* name;
-    std::function<void(Recorder&)> operation;
-    const char* mark;
-  };
-  const Case cases[] = {
-      {"format", [](Recorder& s) { s.format("%d", 1); }, "vformat "},
-      {"formatAppend", [](Recorder& s) { s.formatAppend("%d", 1); }, "vformatAppend "},
-      {"vformat", [](Recorder& s) { s.format("%d", 1); }, "maxLength "},
-      {"vformatAppend", [](Recorder& s) { s.formatAppend("%d", 1); }, "maxLength "},
-      {"getBuffer",
-       [](Recorder& s) {
-         int n;
-         s.getBuffer(n);
-       },
-       "maxLength "},
-      {"cut to the end", [](Recorder& s) { s.cut(0, 9); }, "trimRight "},
-      {"cut to the last byte", [](Recorder& s) { s.cut(0, 1); }, "trimRight "},
-      {"cut", [](Recorder& s) { s.cut(0, 0); }, "length "},
-      {"trimRight", [](Recorder& s) { s.trimRight(1); }, "length "},
-      {"setChar", [](Recorder& s) { s.setChar(0, 'x'); }, "length "},
-      {"rot13", [](Recorder& s) { s.rot13(); }, "length "},
-      {"startsWith", [](Recorder& s) { (void)s.startsWith("a"); }, "length "},
-      {"endsWith", [](Recorder& s) { (void)s.endsWith("a"); }, "length "},
-      {"indexOf a char", [](Recorder& s) { (void)s.indexOf('a'); }, "length "},
-      {"indexOf a text", [](Recorder& s) { (void)s.indexOf("a"); }, "length "},
-      {"isEqualSubstring", [](Recorder& s) { (void)s.isEqualSubstring(0, 0, "a"); }, "length "},
-      {"isEqualSubstringIgnoreCase",
-       [](Recorder& s) { (void)s.isEqualSubstringIgnoreCase(0, 0, "a"); }, "length "},
-      {"== of the other", [](Recorder& s) { (void)(FString<4>("x") == s); }, "getString "},
-      {"!= of the other", [](Recorder& s) { (void)(FString<4>("x") != s); }, "getString "},
-      {"insertAt past the end", [](Recorder& s) { s.insertAt(9, "x"); }, "appendTo "},
-      {"= string", [](Recorder& s) { s = FString<4>("x"); }, "copyIn "},
-      {"= fixed string", [](Recorder& s) { s = FString<16>("x"); }, "copyIn "},
-      {"= text", [](Recorder& s) { s = "x"; }, "copyIn "},
-      {"= char", [](Recorder& s) { s = 'x'; }, "copyIn "},
-      {"= int", [](Recorder& s) { s = 1; }, "vformat "},
-      {"= unsigned int", [](Recorder& s) { s = 1U; }, "vformat "},
-      {"= long", [](Recorder& s) { s = 1L; }, "vformat "},
-      {"= unsigned long", [](Recorder& s) { s = 1UL; }, "vformat "},
-      {"+= string", [](Recorder& s) { s += FString<4>("x"); }, "appendTo "},
-      {"+= text", [](Recorder& s) { s += "x"; }, "appendTo "},
-      {"+= char", [](Recorder& s) { s += 'x'; }, "appendTo "},
-      {"+= int", [](Recorder& s) { s += 1; }, "vformatAppend "},
-      {"+= unsigned int", [](Recorder& s) { s += 1U; }, "vformatAppend "},
-      {"+= long", [](Recorder& s) { s += 1L; }, "vformatAppend "},
-      {"+= unsigned long", [](Recorder& s) { s += 1UL; }, "vformatAppend "},
-  };
-  for (const Case& c : cases) {
-    Recorder recorder;
-    const std::string marks = recorder.marksOf(c.operation);
-    EXPECT_NE(marks.find(c.mark), std::string::npos) << c.name << ": " << marks;
-  }
-}
-
-// Trimming an empty text takes two bytes, and a buffer without room has one.
-TEST(StringBaseVirtualTest, TrimmingKeepsToABufferWithoutRoom) {
-  class Roomless : public FString<16> {
-   public:
-    int maxLength() const override { return 0; }
-  };
-  Roomless roomless;
-  int size = 0;
-  char* buffer = roomless.getBuffer(size);
-  buffer[1] = '#';
-  roomless.removeTrailingSpaces();
-  roomless.removeTrailingChars("-");
-  EXPECT_EQ(buffer[1], '#');
-}
-
-TEST(StringBaseVirtualTest, TrimmingTakesTheOnlyCharacterThatThereIsRoomFor) {
-  FString<1> spaces(" ");
-  spaces.removeTrailingSpaces();
-  EXPECT_STREQ(spaces.getString(), "");
-  FString<1> dashes("-");
-  dashes.removeTrailingChars("-");
-  EXPECT_STREQ(dashes.getString(), "");
-}
-
-TEST(StringBaseVirtualTest, AFormattedOutputIsJudgedByItsSize) {
-  class Judge : public FString<8> {
-   public:
-    using FString<8>::operator=;
-    using FString<8>::validateSizeAfterFormat;
-  };
-  struct Case {
-    int room;
-    int written;
-    const char* after;
-    bool truncated;
-  };
-  for (const bool before : {false, true}) {
-    for (const Case& c : {Case{4, 4, "abcdef", false}, Case{4, 0, "abcdef", false},
-                          Case{4, 5, "abc", true}, Case{4, -1, "abc", true}}) {
-      Judge s;
-      s = "abcdef";
-      s.validateSizeAfterFormat(1, before ? 2 : 1, 8);
-      ASSERT_EQ(s.truncated(), before);
-      s.validateSizeAfterFormat(c.room, c.written, 3);
-      EXPECT_STREQ(s.getString(), c.after) << c.written;
-      EXPECT_EQ(s.truncated(), c.truncated) << c.written;
-    }
-  }
-}
-
-TEST(StringBaseVirtualTest, FormatKeepsToTheRoomOfTheConcreteType) {
-  class Narrow : public FString<16> {
-   public:
-    int maxLength() const override { return 2; }
-  };
-  Narrow narrow;
-  narrow.format("%d", 12345);
-  EXPECT_STREQ(narrow.getString(), "12");
-  EXPECT_TRUE(narrow.truncated());
 }
 
 }  // namespace
