@@ -137,6 +137,27 @@ TEST_F(DStringTest, NumbersGetRoomForTwentyCharacters) {
   expectText(DString(ULONG_MAX, 0, 1), std::to_string(ULONG_MAX).c_str(), 20, false);
 }
 
+template <class Value>
+void expectStoredWhole(Value value) {
+  const std::string text = std::to_string(value);
+  EXPECT_EQ(DString(value).getString(), text);
+  DString s("before", 0, 1);
+  s = value;
+  EXPECT_EQ(s.getString(), text);
+  s += value;
+  EXPECT_EQ(s.getString(), text + text);
+  EXPECT_FALSE(s.truncated());
+}
+
+TEST_F(DStringTest, StoresTheExtremesOfEveryNumber) {
+  expectStoredWhole(INT_MIN);
+  expectStoredWhole(INT_MAX);
+  expectStoredWhole(UINT_MAX);
+  expectStoredWhole(LONG_MIN);
+  expectStoredWhole(LONG_MAX);
+  expectStoredWhole(ULONG_MAX);
+}
+
 TEST_F(DStringTest, HintAndIncrementHaveDefaults) {
   expectText(DString("hello"), "hello", 15, false);
   expectText(DString("hello", 20), "hello", 31, false);
