@@ -129,6 +129,39 @@ TEST_F(MessagingLayoutTest, KeepsTheOrderOfVirtualOperations) {
   }
 }
 
+// Each of these lacks one operation, which is pure in its base.
+class WithoutPost : public Rtk::PostMessageApi {
+  void postSync(Rtk::Message&) override {}
+};
+class WithoutPostSync : public Rtk::PostMessageApi {
+  void post(Rtk::Message&) override {}
+};
+class WithoutOpenRequest : public Rtk::Close {
+  using Rtk::OpenReqApi::request;
+  void request(CloseRequest&) override {}
+};
+class WithoutCloseRequest : public Rtk::Close {
+  using Rtk::CloseReqApi::request;
+  void request(OpenRequest&) override {}
+};
+
+TEST_F(MessagingLayoutTest, LeavesPureOperationsToDerivedClasses) {
+  EXPECT_TRUE(std::is_abstract_v<Rtk::Message>);
+  EXPECT_TRUE(std::is_abstract_v<Rtk::ServerMessage>);
+  EXPECT_TRUE(std::is_abstract_v<Rtk::ReturnHandler>);
+  EXPECT_TRUE(std::is_abstract_v<Rtk::GetMessageApi>);
+  EXPECT_TRUE(std::is_abstract_v<Rtk::OpenReqApi>);
+  EXPECT_TRUE(std::is_abstract_v<Rtk::OpenSyncApi>);
+  EXPECT_TRUE(std::is_abstract_v<Rtk::CloseReqApi>);
+  EXPECT_TRUE(std::is_abstract_v<Rtk::CloseSyncApi>);
+  EXPECT_TRUE(std::is_abstract_v<StopApi>);
+  EXPECT_TRUE(std::is_abstract_v<Rtk::Open>);
+  EXPECT_TRUE(std::is_abstract_v<WithoutOpenRequest>);
+  EXPECT_TRUE(std::is_abstract_v<WithoutCloseRequest>);
+  EXPECT_TRUE(std::is_abstract_v<WithoutPost>);
+  EXPECT_TRUE(std::is_abstract_v<WithoutPostSync>);
+}
+
 TEST_F(MessagingLayoutTest, LeavesTheOperationsOfAServersMailboxWhereTheyAre) {
   EXPECT_TRUE((std::is_same_v<decltype(&MailboxServer::waitNext), decltype(&Mailbox::waitNext)>));
   EXPECT_TRUE((std::is_same_v<decltype(&MailboxServer::post), decltype(&Mailbox::post)>));

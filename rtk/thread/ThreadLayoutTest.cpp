@@ -85,6 +85,47 @@ TEST(ThreadLayoutTest, KeepsTheOrderOfVirtualOperations) {
   }
 }
 
+// Each of these lacks one operation, which is pure in its base.
+class WithoutLock : public Mutex {
+  int unlock() override { return 0; }
+};
+class WithoutUnlock : public Mutex {
+  int lock() override { return 0; }
+};
+class WithoutSignal : public Signaled {
+  void suSignal() override {}
+};
+class WithoutSuSignal : public Signaled {
+  void signal() override {}
+};
+class WithoutWait : public Semaphore {
+  void signal() override {}
+  void suSignal() override {}
+};
+class WithoutName : public Thread {
+  void signal() override {}
+  void suSignal() override {}
+  unsigned long getId() override { return 0; }
+};
+class WithoutId : public Thread {
+  void signal() override {}
+  void suSignal() override {}
+  const char* getName() override { return ""; }
+};
+
+TEST(ThreadLayoutTest, LeavesPureOperationsToDerivedClasses) {
+  EXPECT_TRUE(std::is_abstract_v<Runnable>);
+  EXPECT_TRUE(std::is_abstract_v<ThreadTraverserApi>);
+  EXPECT_TRUE(std::is_abstract_v<RecursiveMutex>);
+  EXPECT_TRUE(std::is_abstract_v<WithoutLock>);
+  EXPECT_TRUE(std::is_abstract_v<WithoutUnlock>);
+  EXPECT_TRUE(std::is_abstract_v<WithoutSignal>);
+  EXPECT_TRUE(std::is_abstract_v<WithoutSuSignal>);
+  EXPECT_TRUE(std::is_abstract_v<WithoutWait>);
+  EXPECT_TRUE(std::is_abstract_v<WithoutName>);
+  EXPECT_TRUE(std::is_abstract_v<WithoutId>);
+}
+
 // A class derived with these signatures overrides: a missing or an additional const hides the
 // operation of the base instead.
 static_assert(std::is_same_v<decltype(&Thread::getName), const char* (Thread::*)()>);
