@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "tool/Settings.h"
+#include "tool/StoreCheck.h"
 
 namespace {
 
@@ -69,7 +70,8 @@ void readCommandLine(int argc, char* argv[]) {
   convertedDatabaseVersionName = argv[optind + 3];
 
   struct stat original = {};
-  if (::stat(originalDatabaseFileName, &original) != 0) {
+  if (::stat(originalDatabaseFileName, &original) != 0 ||
+      !holdInfile(originalDatabaseFileName, original)) {
     exitWithAccessError("INFILE", originalDatabaseFileName, errno, argv);
   }
   struct stat converted = {};

@@ -3,9 +3,9 @@
 
 #pragma once
 
-/// Reads the command line into the settings, checks that INFILE exists and removes OUTFILE. Returns
-/// only when all is well; otherwise tells what is wrong, unless it is to be quiet, and ends the
-/// process.
+/// Reads the command line into the settings, checks that INFILE exists, holds it (holdInfile()) and
+/// removes OUTFILE. Returns only when all is well; otherwise tells what is wrong, unless it is to
+/// be quiet, and ends the process.
 void readCommandLine(int argc, char* argv[]);
 
 /// Writes the usage to standard error and ends the process with status 0.

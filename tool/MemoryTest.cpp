@@ -19,9 +19,7 @@
 #include "tests/support/Child.h"
 #include "tests/support/Golden.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tool/Servers.h"
-#include "tool/Settings.h"
-#include "tool/Threads.h"
+#include "tool/ConversionTesting.h"
 
 namespace {
 
@@ -142,21 +140,12 @@ class MemoryTest : public ::testing::Test {
   /// of their stacks they have used.
   static Outcome convertOnPaintedStacks(const std::string& from, const std::string& to) {
     return inChild([&from, &to] {
-      programName = "tool";
-      quiet = true;
-      originalDatabaseFileName = from.c_str();
-      originalDatabaseVersionName = "0";
-      convertedDatabaseFileName = to.c_str();
-      convertedDatabaseVersionName = "1";
       std::atexit([] {
         for (std::size_t i = 0; i < stackCount; ++i) {
           std::fprintf(stderr, "%zu ", stacks.at(i).used());
         }
       });
-      startThread(creator, "creator");
-      for (;;) {
-        ::pause();
-      }
+      TestSupport::convertHere(from, to);
     });
   }
 

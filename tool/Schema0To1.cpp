@@ -36,10 +36,8 @@ void convertFromSchema0ToSchema1() {
   originalService = new Service(databaseServer, originalDatabaseFileName);
   convertedService = new Service(databaseServer, convertedDatabaseFileName);
   stopServerAtExit(databaseServer, startThread(databaseServer, "databaseServer"));
-  originalService->open();
-  checkOpened(*originalService, "INFILE", originalDatabaseFileName);
-  convertedService->open();
-  checkOpened(*convertedService, "OUTFILE", convertedDatabaseFileName);
+  openInfile(*originalService, originalDatabaseFileName);
+  openOutfile(*convertedService, convertedDatabaseFileName);
   DbMemory originalMemory;
   DbMemory convertedMemory;
   Pvn::Database::Db::Api* original =

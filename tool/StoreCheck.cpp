@@ -61,10 +61,8 @@ bool canBeMapped(int descriptor, std::size_t size) {
   return mapped != MAP_FAILED && ::munmap(mapped, size) == 0;
 }
 
-/// Why a store on the file is not sound, as far as a look at the file tells.
-const char* reasonFor(const char* path) {
-  // One that is missing now could not be created.
-  const int flags = ::access(path, F_OK) == 0 ? O_RDONLY : O_RDWR | O_CREAT;
+/// Returns why a store on the file is not sound. `flags` are for opening the file.
+const char* reasonFor(const char* path, int flags) {
   const OpenFile file(path, flags);
   struct stat status = {};
   if (file.descriptor() < 0 || ::fstat(file.descriptor(), &status) != 0) {
@@ -83,6 +81,43 @@ const char* reasonFor(const char* path) {
   return isDatafile ? "It is damaged" : "It is not a history database";
 }
 
+/// Refers to INFILE as it was when the command line was checked.
+int heldInfile = -1;
+
+/// Whether `path` names the held file.
+bool isHeld(const char* path) {
+  struct stat held = {};
+  struct stat found = {};
+  return ::fstatat(heldInfile, "", &held, AT_EMPTY_PATH) == 0 && ::stat(path, &found) == 0 &&
+         found.st_dev == held.st_dev && found.st_ino == held.st_ino;
+}
+
+/// Nobody may read or write a file that is created with this mask.
+constexpr mode_t allPermissions = 0777;
+
+/// Removes the empty file that a service has created in the place of INFILE. It is recognised by
+/// its permissions: there are none, because of the mask. Where the file system or an access control
+/// list ignores the mask, the empty file stays. If another process writes to the new file, or
+/// replaces it, between stat() and unlink(), its data is lost. The system has no call that could
+/// prevent that.
+void removeCreatedInfile(const char* path) {
+  struct stat found = {};
+  if (::lstat(path, &found) == 0 && S_ISREG(found.st_mode) && found.st_size == 0 &&
+      (found.st_mode & allPermissions) == 0) {
+    ::unlink(path);
+  }
+}
+
+void requireSound(const Service& service, const char* argument, const char* path, int flags) {
+  if (!service.isSound()) {
+    fail(argument, path, "cannot be opened", reasonFor(path, flags));
+  }
+}
+
+[[noreturn]] void failForChangedInfile(const char* path) {
+  fail("INFILE", path, "cannot be opened", "It was renamed, removed or replaced");
+}
+
 }  // namespace
 
 void checkName(const char* argument, const char* path) {
@@ -91,10 +126,32 @@ void checkName(const char* argument, const char* path) {
   }
 }
 
-void checkOpened(const Service& service, const char* argument, const char* path) {
-  if (!service.isSound()) {
-    fail(argument, path, "cannot be opened", reasonFor(path));
+bool holdInfile(const char* path, struct stat& status) {
+  heldInfile = StandardDescriptors::moveAbove(::open(path, O_PATH | O_CLOEXEC));
+  return heldInfile >= 0 && ::fstatat(heldInfile, "", &status, AT_EMPTY_PATH) == 0;
+}
+
+void openInfile(Service& service, const char* path) {
+  // Without this, the service would create every missing file, not only one that is moved just now.
+  if (!isHeld(path)) {
+    failForChangedInfile(path);
   }
+  const mode_t mask = ::umask(allPermissions);
+  service.open();
+  ::umask(mask);
+  // A file that is renamed and renamed back during open() is not noticed.
+  if (!isHeld(path)) {
+    removeCreatedInfile(path);
+    failForChangedInfile(path);
+  }
+  requireSound(service, "INFILE", path, O_RDONLY);
+}
+
+void openOutfile(Service& service, const char* path) {
+  service.open();
+  // If the file is missing, the service could not create it. Trying again tells why.
+  const int flags = ::access(path, F_OK) == 0 ? O_RDONLY : O_RDWR | O_CREAT;
+  requireSound(service, "OUTFILE", path, flags);
 }
 
 void checkWritten(const Service& service, const char* argument, const char* path) {

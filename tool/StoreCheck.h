@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <sys/stat.h>
+
 #include "database/metakit/Service.h"
 
 // The services that keep the databases observe no errors. Whoever converts the only copy of a
@@ -13,9 +15,20 @@
 /// Holds the length of a name against what a service keeps of it: it would open another file.
 void checkName(const char* argument, const char* path);
 
-/// To be called behind open().
-void checkOpened(const Pvn::Database::Metakit::Persist::Service& service, const char* argument,
-                 const char* path);
+/// Remembers which file INFILE is, for openInfile(), and fills `status`. Keeps the file open,
+/// without access to its contents, until the process ends: the system cannot assign its inode
+/// number to another file. Returns false, with errno set, if there is no such file. Not fatal. To
+/// be called before any other thread runs.
+bool holdInfile(const char* path, struct stat& status);
+
+/// Opens the service of INFILE and checks it. Also fatal if `path` no longer names the file that
+/// holdInfile() found: another process has renamed, removed or replaced it. The service creates a
+/// missing file; this one is removed again.
+/// REQUIRES: holdInfile() has succeeded, and no other thread creates files.
+void openInfile(Pvn::Database::Metakit::Persist::Service& service, const char* path);
+
+/// Opens the service of OUTFILE and checks it.
+void openOutfile(Pvn::Database::Metakit::Persist::Service& service, const char* path);
 
 /// To be called behind the last commit: all of the file must be on the device.
 void checkWritten(const Pvn::Database::Metakit::Persist::Service& service, const char* argument,

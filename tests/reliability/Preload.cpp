@@ -15,6 +15,7 @@
 //   TRIAL_OUTFILE=PATH         end the process when it writes to another file
 //   TRIAL_NO_LINKS=1           let no file have a second name, as on some file systems
 //   TRIAL_NO_SPACE=1           tell whoever asks that there is no space
+//   TRIAL_MOVE=N,FROM,TO       rename a file before file call N; remove it if TO is empty
 //   TRIAL_CLOSED=SET           close each standard descriptor whose bit is set in the number
 //   TRIAL_NO_DEVICES=1         let no file below /dev exist
 //   TRIAL_PROGRAM=NAME         let that program alone have all this, and none that it starts
@@ -33,6 +34,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -72,6 +74,9 @@ bool isWithoutLinks = false;
 bool isWithoutSpace = false;
 bool isWithoutDevices = false;
 const char* countFile = nullptr;
+unsigned long callBeforeMove = 0;
+const char* movedFrom = nullptr;
+const char* movedTo = nullptr;
 
 /// Bytes of memory that the process has a place for now.
 rlim_t takenMemory() {
@@ -123,6 +128,14 @@ void closeStandardDescriptors(unsigned long set) {
   if (const char* text = std::getenv("TRIAL_CLOSED")) {
     closeStandardDescriptors(std::strtoul(text, nullptr, 10));
   }
+  if (const char* text = std::getenv("TRIAL_MOVE")) {
+    char* end = nullptr;
+    callBeforeMove = std::strtoul(text, &end, 10);
+    movedFrom = end + 1;
+    char* const comma = std::strchr(end + 1, ',');
+    *comma = '\0';
+    movedTo = comma + 1;
+  }
   if (const char* text = std::getenv("TRIAL_KILL")) {
     killed.from = std::strtoul(text, nullptr, 10);
   }
@@ -153,10 +166,35 @@ void closeStandardDescriptors(unsigned long set) {
   }
 }
 
+/// Ends a trial with a status that no run of the program has.
+[[noreturn]] void failTrial(const char* text) {
+  std::fprintf(stderr, "%s\n", text);
+  ::_exit(99);
+}
+
+bool isServerThread() {
+  char name[16] = {};
+  ::prctl(PR_GET_NAME, name);
+  return std::strcmp(name, "databaseServer") == 0;
+}
+
+/// By system calls, which do not count.
+void move() {
+  const long result = *movedTo == '\0'
+                          ? ::syscall(SYS_unlinkat, AT_FDCWD, movedFrom, 0)
+                          : ::syscall(SYS_renameat2, AT_FDCWD, movedFrom, AT_FDCWD, movedTo, 0);
+  if (result != 0) {
+    failTrial("cannot move the file");
+  }
+}
+
 /// At the head of each file call: whether it has to fail, with errno set.
 bool fails() {
   if (killed.include()) {
     ::kill(::getpid(), SIGKILL);
+  }
+  if (killed.made == callBeforeMove && callBeforeMove != 0) {
+    move();
   }
   if (failed.include()) {
     errno = error;
@@ -175,18 +213,6 @@ bool hasNoMemory() {
   return false;
 }
 #endif
-
-/// Ends a trial with a status that no run of the program has.
-[[noreturn]] void failTrial(const char* text) {
-  std::fprintf(stderr, "%s\n", text);
-  ::_exit(99);
-}
-
-bool isServerThread() {
-  char name[16] = {};
-  ::prctl(PR_GET_NAME, name);
-  return std::strcmp(name, "databaseServer") == 0;
-}
 
 void checkTarget(int file) {
   if (outfile == nullptr) {

@@ -1,0 +1,108 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/reliability/Trial.h"
+
+namespace Reliability {
+
+namespace {
+
+using TestSupport::goldenFile;
+using TestSupport::readFile;
+using TestSupport::readTables;
+using TestSupport::writeFile;
+
+constexpr char changed[] = " cannot be opened. It was renamed, removed or replaced.\n";
+
+/// Another process renames, removes or replaces INFILE between any two file calls of the program.
+class MovedInfileTest : public Trial {
+ protected:
+  MovedInfileTest() { otherEntries = {"other.mk"}; }
+
+  /// Restores both files, removes OUTFILE, and converts. INFILE, or the other file, is moved before
+  /// file call `call`.
+  void convertWithMove(int call, const std::string& from, const std::string& to) {
+    ::unlink(outfile.c_str());
+    ::unlink(other.c_str());
+    makeInfile(original);
+    if (from == other) {
+      writeFile(other, replacement);
+    }
+    outcome = convert({{"TRIAL_MOVE", std::to_string(call) + ',' + from + ',' + to}});
+    EXPECT_NE(::access(from.c_str(), F_OK), 0) << "the program made fewer calls";
+  }
+
+  /// Whether the run reported the change. Otherwise, it converted all of INFILE.
+  bool expectReportOrConversion() {
+    if (outcome == complete) {
+      EXPECT_EQ(readTables(outfile, golden.converted), golden.converted);
+      return false;
+    }
+    const bool isRefused = outcome.standardError.find("Accessing INFILE") != std::string::npos;
+    EXPECT_EQ(outcome.status, isRefused ? 0 : 255) << outcome;
+    EXPECT_EQ(outcome.standardOutput, "") << outcome;
+    const std::size_t at = outcome.standardError.find(changed);
+    EXPECT_TRUE(isRefused || at != std::string::npos) << outcome;
+    EXPECT_NE(::access(outfile.c_str(), F_OK), 0) << outcome;
+    return at != std::string::npos;
+  }
+
+  const GoldenFile& golden = goldenFile("zones-only.mk");
+  const std::string original = readFile(golden.path);
+  const std::string other = folder.path("other.mk");
+  std::string replacement;
+  Outcome outcome;
+};
+
+/// The calls before INFILE is open are among these.
+constexpr int calls = 20;
+
+TEST_F(MovedInfileTest, IsReportedWhenItIsRenamed) {
+  int reports = 0;
+  for (int call = 1; call <= calls; ++call) {
+    SCOPED_TRACE(call);
+    convertWithMove(call, infile, other);
+    reports += expectReportOrConversion() ? 1 : 0;
+    EXPECT_NE(::access(infile.c_str(), F_OK), 0) << "no file is created in its place";
+    EXPECT_TRUE(readFile(other) == original);
+  }
+  EXPECT_GT(reports, 2);
+}
+
+TEST_F(MovedInfileTest, IsReportedWhenItIsRemoved) {
+  int reports = 0;
+  for (int call = 1; call <= calls; ++call) {
+    SCOPED_TRACE(call);
+    convertWithMove(call, infile, "");
+    reports += expectReportOrConversion() ? 1 : 0;
+    EXPECT_NE(::access(infile.c_str(), F_OK), 0) << "no file is created in its place";
+  }
+  EXPECT_GT(reports, 2);
+}
+
+TEST_F(MovedInfileTest, IsReportedWhenItIsReplaced) {
+  for (const std::string& bytes : {readFile(goldenFile("system-only.mk").path), std::string()}) {
+    replacement = bytes;
+    int reports = 0;
+    // Before the first two calls the program has not opened INFILE yet: it converts the new one.
+    for (int call = 3; call <= calls; ++call) {
+      SCOPED_TRACE(call);
+      convertWithMove(call, other, infile);
+      reports += expectReportOrConversion() ? 1 : 0;
+      EXPECT_EQ(::access(infile.c_str(), F_OK), 0) << "the new file is kept, even an empty one";
+      EXPECT_TRUE(readFile(infile) == bytes);
+    }
+    EXPECT_GT(reports, 2);
+  }
+}
+
+}  // namespace
+
+}  // namespace Reliability
