@@ -3,11 +3,60 @@
 
 #include "tool/Schema0To1.h"
 
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <new>
 #include <string>
 #include <utility>
 
 #include <gtest/gtest.h>
+
+#include "database/StoreSync.h"
+#include "database/metakit/ObjectSizes.h"
+#include "tests/support/Child.h"
+#include "tests/support/Golden.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tool/ConversionTesting.h"
+
+namespace {
+
+using StoreSync = Pvn::Database::Persist::Store::Sync;
+
+bool areSizesPrinted = false;
+bool isFlushRefused = false;
+
+}  // namespace
+
+// The linker's --wrap option gives these names to StoreSync::create() and its callers' calls.
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier,bugprone-reserved-identifier)
+extern "C" {
+using Db = Pvn::Database::Db::Api;
+Db* __real__ZN3Pvn8Database7Persist5Store4Sync6createEPKcPvj(StoreSync*, const char*, void*,
+                                                             unsigned);
+Db* __wrap__ZN3Pvn8Database7Persist5Store4Sync6createEPKcPvj(StoreSync*, const char*, void*,
+                                                             unsigned);
+Db* __wrap__ZN3Pvn8Database7Persist5Store4Sync6createEPKcPvj(StoreSync* sync, const char* name,
+                                                             void* mem, unsigned memSize) {
+  if (areSizesPrinted) {
+    std::printf("%s: %u bytes\n", name, memSize);
+  }
+  return __real__ZN3Pvn8Database7Persist5Store4Sync6createEPKcPvj(sync, name, mem, memSize);
+}
+
+/// In place of the C library's.
+int fsync(int descriptor) {
+  if (isFlushRefused) {
+    std::printf("flush, standard descriptor: %d\n", descriptor <= STDERR_FILENO);
+    errno = EIO;
+    return -1;
+  }
+  return ::fdatasync(descriptor);
+}
+}
+// NOLINTEND(clang-diagnostic-reserved-identifier,bugprone-reserved-identifier)
 
 namespace {
 
@@ -70,6 +119,38 @@ TEST_F(Schema0To1Test, ConvertsATableUnderAnotherName) {
             "converted newSystems 6280\n"
             "original oldZones 2040\n"
             "converted newZones 2040\n");
+}
+
+/// A whole conversion in a child process.
+class DriverTest : public ::testing::Test {
+ protected:
+  TestSupport::TemporaryFolder folder;
+  const std::string infile = TestSupport::goldenFile("zones-only.mk").path;
+  const std::string outfile = folder.path("out.mk");
+};
+
+TEST_F(DriverTest, GivesEachDatabaseExactlyItsMemory) {
+  const TestSupport::Outcome outcome = TestSupport::inChild([this] {
+    areSizesPrinted = true;
+    TestSupport::convertHere(infile, outfile);
+  });
+  const std::string size = std::to_string(Pvn::Database::Metakit::Persist::dbSize);
+  EXPECT_EQ(outcome, (TestSupport::Outcome{
+                         0, "original: " + size + " bytes\nconverted: " + size + " bytes\n", ""}));
+}
+
+TEST_F(DriverTest, AFileThatCannotBeFlushedIsIncomplete) {
+  const TestSupport::Outcome outcome = TestSupport::inChild([this] {
+    isFlushRefused = true;
+    // The check must not use the free descriptor.
+    ::close(STDIN_FILENO);
+    TestSupport::convertHere(infile, outfile);
+  });
+  EXPECT_EQ(outcome.status, 255);
+  EXPECT_EQ(outcome.standardOutput, "flush, standard descriptor: 0\n");
+  const std::string& record = outcome.standardError;
+  EXPECT_EQ(record.substr(std::min(record.find("OUTFILE"), record.size())),
+            "OUTFILE \"" + outfile + "\" is incomplete. Input/output error.\n");
 }
 
 }  // namespace
