@@ -126,6 +126,19 @@ TEST_F(DStringTest, AnotherStringSizesTheFirstBlock) {
   expectText(DString(hello, 9, 4), "hello", 11, false);
 }
 
+TEST_F(DStringTest, AStringWithoutABufferMakesAnEmptyOne) {
+  class Bufferless : public FString<4> {
+   public:
+    const char* getString() const override { return nullptr; }
+    int length() const override { return 2; }
+  };
+  const Bufferless none;
+  expectText(DString(none, 0, 4), "", 3, false);
+  DString s("abc");
+  s = none;
+  expectText(s, "", 15, false);
+}
+
 TEST_F(DStringTest, NumbersGetRoomForTwentyCharacters) {
   expectText(DString(7, 0, 8), "7", 23, false);
   expectText(DString(7U, 0, 8), "7", 23, false);
