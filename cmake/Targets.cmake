@@ -50,6 +50,8 @@ if(SANITIZED)
     # Sanitizers take more memory than a test of it allows, and have an allocator that asks nobody
     # when there is none.
     "MemoryTest.*" FaultsDeathTest.MemoryThatCannotBeHadIsFatal
+    # Their strcasecmp knows the letters of ASCII only.
+    StringLocaleTest.IgnoresTheCaseOfItsLetters
     # These start hundreds of processes, each of which does the same with one call failing.
     "*/InterruptedMigrationTest.*")
 endif()
