@@ -97,6 +97,11 @@ std::string list(long long a, long long b) {
   return "(" + std::to_string(a) + ", " + std::to_string(b) + ")";
 }
 
+/// Marks the calls that a thread makes for itself.
+std::string own(pthread_t thread) {
+  return ::pthread_equal(thread, ::pthread_self()) != 0 ? "(own)" : "";
+}
+
 }  // namespace
 
 extern "C" {
@@ -137,11 +142,12 @@ RECORD(pthread_create,
 RECORD(pthread_join, (pthread_t thread, void** result), (thread, result), RecordedCalls::perform,
        "")
 RECORD(pthread_getschedparam, (pthread_t thread, int* policy, sched_param* parameter),
-       (thread, policy, parameter), RecordedCalls::perform, "")
+       (thread, policy, parameter), RecordedCalls::perform, own(thread))
 RECORD(pthread_setschedparam, (pthread_t thread, int policy, const sched_param* parameter),
-       (thread, policy, parameter), RecordedCalls::perform, list(policy, parameter->sched_priority))
+       (thread, policy, parameter), RecordedCalls::perform,
+       own(thread) + list(policy, parameter->sched_priority))
 RECORD(pthread_setschedprio, (pthread_t thread, int priority), (thread, priority),
-       RecordedCalls::perform, list(priority))
+       RecordedCalls::perform, own(thread) + list(priority))
 // Declared with as many arguments as the system call takes.
 RECORD(prctl, (int option, unsigned long a, unsigned long b, unsigned long c, unsigned long d),
        (option, a, b, c, d), RecordedCalls::perform, list(option))
