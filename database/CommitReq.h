@@ -35,15 +35,16 @@ class Api {
   struct IncrInhibitPayload {};
 
   Api() = default;
-  virtual ~Api() = default;
-  Api(const Api&) = delete;
-  Api& operator=(const Api&) = delete;
 
   /// Server thread only.
   virtual void request(Rtk::ServerRequest<Api, DecrInhibitPayload>& request) = 0;
 
   /// Server thread only.
   virtual void request(Rtk::ServerRequest<Api, IncrInhibitPayload>& request) = 0;
+
+  virtual ~Api() = default;
+  Api(const Api&) = delete;
+  Api& operator=(const Api&) = delete;
 };
 
 }  // namespace Req

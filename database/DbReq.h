@@ -46,15 +46,16 @@ class Api {
   struct DestroyPayload {};
 
   Api() = default;
-  virtual ~Api() = default;
-  Api(const Api&) = delete;
-  Api& operator=(const Api&) = delete;
 
   /// Server thread only.
   virtual void request(Rtk::ServerRequest<Api, CreateTablePayload>& request) = 0;
 
   /// Server thread only.
   virtual void request(Rtk::ServerRequest<Api, DestroyPayload>& request) = 0;
+
+  virtual ~Api() = default;
+  Api(const Api&) = delete;
+  Api& operator=(const Api&) = delete;
 };
 
 }  // namespace Req

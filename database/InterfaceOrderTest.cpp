@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <functional>
-#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -23,6 +22,7 @@
 #include "database/TableComposer.h"
 #include "database/TableReq.h"
 #include "database/TableSync.h"
+#include "tests/support/ObjectLayout.h"
 #include "tests/support/SlotOrder.h"
 
 // The operations of an interface are reached by their place in its table of virtual functions, and
@@ -34,6 +34,7 @@ namespace Database = Pvn::Database;
 namespace Persist = Pvn::Database::Persist;
 
 using TestSupport::slotAfterDestructor;
+using TestSupport::slotBehind;
 using TestSupport::slotOf;
 using TestSupport::slotsFrom;
 
@@ -43,84 +44,113 @@ std::size_t requestSlot() {
   return slotOf(static_cast<Operation>(&Api::request));
 }
 
-struct Interface {
-  const char* name;
-  std::vector<std::size_t> slots;
-};
+using Slots = std::vector<std::size_t>;
+
+/// The slots of the two forms of a destructor.
+constexpr std::size_t destructorSlots = 2;
+
+/// Checks that the destructor comes first, `operations` follow in order, and nothing follows them.
+template <class Api>
+void expectDestructorFirst(const char* name, const Slots& operations) {
+  SCOPED_TRACE(name);
+  EXPECT_EQ(operations, slotsFrom(slotAfterDestructor, operations.size()));
+  EXPECT_EQ(slotBehind<Api>(), slotAfterDestructor + operations.size());
+}
+
+/// Checks that `requests` come first in order, the destructor follows, and nothing follows it.
+template <class ReqApi>
+void expectRequestsFirst(const char* name, const Slots& requests) {
+  SCOPED_TRACE(name);
+  EXPECT_EQ(requests, slotsFrom(0, requests.size()));
+  EXPECT_EQ(slotBehind<ReqApi>(), requests.size() + destructorSlots);
+}
 
 /// What a composer may be bound to.
 class AnyReader {};
 
-TEST(InterfaceOrderTest, OperationsFollowTheDestructorInOrder) {
-  using DbReq = Persist::Db::Req::Api;
-  using StoreReq = Persist::Store::Req::Api;
-  using CommitReq = Persist::Commit::Req::Api;
-  using TableReq = Persist::Table::Req::Api;
-  using RecordReq = Persist::Record::Req::Api;
-  using AtomicReq = Database::Table::Atomic::Req::Api;
-  const std::vector<Interface> interfaces = {
-      {"Store::Api", {slotOf(&Database::Store::Api::create)}},
-      {"Db::Api", {slotOf(&Database::Db::Api::destroy), slotOf(&Database::Db::Api::createTable)}},
-      {"Table::Api",
-       {slotOf(&Database::Table::Api::destroy), slotOf(&Database::Table::Api::createRecordWithKey),
-        slotOf(&Database::Table::Api::createRecord), slotOf(&Database::Table::Api::iterate),
-        slotOf(&Database::Table::Api::openFirstRecord)}},
-      {"Table::Atomic::Api", {slotOf(&Database::Table::Atomic::Api::iterate)}},
-      {"Table::IteratorApi", {slotOf(&Database::Table::IteratorApi::nextRecord)}},
-      {"Table::RecordApi",
-       {slotOf(&Database::Table::RecordApi::openRecord), slotOf(&Database::Table::RecordApi::read),
-        slotOf(&Database::Table::RecordApi::write)}},
-      {"Property::Access::Api",
-       {slotOf(&Database::Property::Access::Api::getReadApi),
-        slotOf(&Database::Property::Access::Api::getWriteApi)}},
-      {"Property::Read::Api", {slotOf(&Database::Property::Read::Api::read)}},
-      {"Property::Write::Api", {slotOf(&Database::Property::Write::Api::write)}},
-      {"Record::Api",
-       {slotOf(&Database::Record::Api::getReadApi), slotOf(&Database::Record::Api::getWriteApi),
-        slotOf(&Database::Record::Api::getKey), slotOf(&Database::Record::Api::destroy),
-        slotOf(&Database::Record::Api::read), slotOf(&Database::Record::Api::write)}},
-      {"Persist::Store::Api", {slotOf(&Persist::Store::Api::create)}},
-      {"Persist::Store::Req::Api", {requestSlot<StoreReq, StoreReq::CreatePayload>()}},
-      {"Persist::Commit::Api",
-       {slotOf(&Persist::Commit::Api::decrementInhibit),
-        slotOf(&Persist::Commit::Api::incrementInhibit)}},
-      {"Persist::Commit::Req::Api",
-       {requestSlot<CommitReq, CommitReq::DecrInhibitPayload>(),
-        requestSlot<CommitReq, CommitReq::IncrInhibitPayload>()}},
-      {"Persist::Db::Api",
-       {slotOf(&Persist::Db::Api::createTable), slotOf(&Persist::Db::Api::destroy)}},
-      {"Persist::Db::Req::Api",
-       {requestSlot<DbReq, DbReq::CreateTablePayload>(),
-        requestSlot<DbReq, DbReq::DestroyPayload>()}},
-      {"Persist::Table::Api",
-       {slotOf(&Persist::Table::Api::openFirstRecord),
-        slotOf(&Persist::Table::Api::createRecordWithKey),
-        slotOf(&Persist::Table::Api::createRecord), slotOf(&Persist::Table::Api::destroy)}},
-      {"Persist::Table::Req::Api",
-       {requestSlot<TableReq, TableReq::OpenFirstRecordPayload>(),
-        requestSlot<TableReq, TableReq::CreateRecordWithKeyPayload>(),
-        requestSlot<TableReq, TableReq::CreateRecordPayload>(),
-        requestSlot<TableReq, TableReq::DestroyPayload>()}},
-      {"Persist::Record::Api",
-       {slotOf(&Persist::Record::Api::write), slotOf(&Persist::Record::Api::read),
-        slotOf(&Persist::Record::Api::destroy)}},
-      {"Persist::Record::Req::Api",
-       {requestSlot<RecordReq, RecordReq::WritePayload>(),
-        requestSlot<RecordReq, RecordReq::ReadPayload>(),
-        requestSlot<RecordReq, RecordReq::DestroyPayload>()}},
-      {"Table::Atomic::Req::Api", {requestSlot<AtomicReq, AtomicReq::IteratePayload>()}},
-      {"Table::Composer", {slotOf(&Database::Table::Composer<AnyReader>::nextRecord)}},
-  };
-  for (const Interface& interface : interfaces) {
-    EXPECT_EQ(interface.slots, slotsFrom(slotAfterDestructor, interface.slots.size()))
-        << interface.name;
-  }
+TEST(InterfaceOrderTest, HandlesBeginWithTheirDestructor) {
+  expectDestructorFirst<Database::Store::Api>("Store::Api",
+                                              {slotOf(&Database::Store::Api::create)});
+  using Db = Database::Db::Api;
+  expectDestructorFirst<Db>("Db::Api", {slotOf(&Db::destroy), slotOf(&Db::createTable)});
+  using Table = Database::Table::Api;
+  expectDestructorFirst<Table>(
+      "Table::Api",
+      {slotOf(&Table::destroy), slotOf(&Table::createRecordWithKey), slotOf(&Table::createRecord),
+       slotOf(&Table::iterate), slotOf(&Table::openFirstRecord)});
+  using Atomic = Database::Table::Atomic::Api;
+  expectDestructorFirst<Atomic>("Table::Atomic::Api", {slotOf(&Atomic::iterate)});
+  using Iterator = Database::Table::IteratorApi;
+  expectDestructorFirst<Iterator>("Table::IteratorApi", {slotOf(&Iterator::nextRecord)});
+  using Composer = Database::Table::Composer<AnyReader>;
+  expectDestructorFirst<Composer>("Table::Composer", {slotOf(&Composer::nextRecord)});
+  using Row = Database::Table::RecordApi;
+  expectDestructorFirst<Row>("Table::RecordApi",
+                             {slotOf(&Row::openRecord), slotOf(&Row::read), slotOf(&Row::write)});
+  using Access = Database::Property::Access::Api;
+  expectDestructorFirst<Access>("Property::Access::Api",
+                                {slotOf(&Access::getReadApi), slotOf(&Access::getWriteApi)});
+  using Read = Database::Property::Read::Api;
+  expectDestructorFirst<Read>("Property::Read::Api", {slotOf(&Read::read)});
+  using Write = Database::Property::Write::Api;
+  expectDestructorFirst<Write>("Property::Write::Api", {slotOf(&Write::write)});
+  using Record = Database::Record::Api;
+  expectDestructorFirst<Record>(
+      "Record::Api",
+      {slotOf(&Record::getReadApi), slotOf(&Record::getWriteApi), slotOf(&Record::getKey),
+       slotOf(&Record::destroy), slotOf(&Record::read), slotOf(&Record::write)});
+}
+
+TEST(InterfaceOrderTest, InterfacesOfProxiesBeginWithTheirDestructor) {
+  using Store = Persist::Store::Api;
+  expectDestructorFirst<Store>("Persist::Store::Api", {slotOf(&Store::create)});
+  using Commit = Persist::Commit::Api;
+  expectDestructorFirst<Commit>("Persist::Commit::Api", {slotOf(&Commit::decrementInhibit),
+                                                         slotOf(&Commit::incrementInhibit)});
+  using Db = Persist::Db::Api;
+  expectDestructorFirst<Db>("Persist::Db::Api", {slotOf(&Db::createTable), slotOf(&Db::destroy)});
+  using Table = Persist::Table::Api;
+  expectDestructorFirst<Table>(
+      "Persist::Table::Api", {slotOf(&Table::openFirstRecord), slotOf(&Table::createRecordWithKey),
+                              slotOf(&Table::createRecord), slotOf(&Table::destroy)});
+  using Record = Persist::Record::Api;
+  expectDestructorFirst<Record>(
+      "Persist::Record::Api",
+      {slotOf(&Record::write), slotOf(&Record::read), slotOf(&Record::destroy)});
+}
+
+TEST(InterfaceOrderTest, RequestInterfacesBeginWithTheirRequests) {
+  using Store = Persist::Store::Req::Api;
+  expectRequestsFirst<Store>("Persist::Store::Req::Api",
+                             {requestSlot<Store, Store::CreatePayload>()});
+  using Commit = Persist::Commit::Req::Api;
+  expectRequestsFirst<Commit>("Persist::Commit::Req::Api",
+                              {requestSlot<Commit, Commit::DecrInhibitPayload>(),
+                               requestSlot<Commit, Commit::IncrInhibitPayload>()});
+  using Db = Persist::Db::Req::Api;
+  expectRequestsFirst<Db>("Persist::Db::Req::Api", {requestSlot<Db, Db::CreateTablePayload>(),
+                                                    requestSlot<Db, Db::DestroyPayload>()});
+  using Table = Persist::Table::Req::Api;
+  expectRequestsFirst<Table>("Persist::Table::Req::Api",
+                             {requestSlot<Table, Table::OpenFirstRecordPayload>(),
+                              requestSlot<Table, Table::CreateRecordWithKeyPayload>(),
+                              requestSlot<Table, Table::CreateRecordPayload>(),
+                              requestSlot<Table, Table::DestroyPayload>()});
+  using Record = Persist::Record::Req::Api;
+  expectRequestsFirst<Record>(
+      "Persist::Record::Req::Api",
+      {requestSlot<Record, Record::WritePayload>(), requestSlot<Record, Record::ReadPayload>(),
+       requestSlot<Record, Record::DestroyPayload>()});
+  using Atomic = Database::Table::Atomic::Req::Api;
+  expectRequestsFirst<Atomic>("Table::Atomic::Req::Api",
+                              {requestSlot<Atomic, Atomic::IteratePayload>()});
 }
 
 template <class Proxy, class Api, class ReqApi>
 void expectOnlyAnAccessPoint() {
   EXPECT_TRUE((std::is_base_of_v<Api, Proxy>));
   EXPECT_EQ(sizeof(Proxy), sizeof(Api) + sizeof(Rtk::SAP<ReqApi>));
+  EXPECT_EQ(slotBehind<Proxy>(), slotBehind<Api>());
   EXPECT_EQ(slotOf(&Proxy::getSAP), TestSupport::noSlot);
 }
 

@@ -22,12 +22,13 @@ class Api {
   };
 
   Api() = default;
-  virtual ~Api() = default;
-  Api(const Api&) = delete;
-  Api& operator=(const Api&) = delete;
 
   /// Server thread only.
   virtual void request(Rtk::ServerRequest<Api, IteratePayload>& request) = 0;
+
+  virtual ~Api() = default;
+  Api(const Api&) = delete;
+  Api& operator=(const Api&) = delete;
 };
 
 }  // namespace Req

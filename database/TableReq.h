@@ -73,9 +73,6 @@ class Api {
   struct DestroyPayload {};
 
   Api() = default;
-  virtual ~Api() = default;
-  Api(const Api&) = delete;
-  Api& operator=(const Api&) = delete;
 
   /// Server thread only.
   virtual void request(Rtk::ServerRequest<Api, OpenFirstRecordPayload>& request) = 0;
@@ -88,6 +85,10 @@ class Api {
 
   /// Server thread only.
   virtual void request(Rtk::ServerRequest<Api, DestroyPayload>& request) = 0;
+
+  virtual ~Api() = default;
+  Api(const Api&) = delete;
+  Api& operator=(const Api&) = delete;
 };
 
 }  // namespace Req
