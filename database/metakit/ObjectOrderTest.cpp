@@ -15,6 +15,7 @@
 #include "database/metakit/Service.h"
 #include "database/metakit/Table.h"
 #include "rtk/string/FString.h"
+#include "tests/support/ObjectLayout.h"
 #include "tests/support/SlotOrder.h"
 
 // Clients give memory for these objects by their size and reach their operations by place, so that
@@ -29,6 +30,7 @@ using Pvn::Database::Metakit::Persist::Record;
 using Pvn::Database::Metakit::Persist::Service;
 using Pvn::Database::Metakit::Persist::Table;
 using TestSupport::slotAfterDestructor;
+using TestSupport::slotBehind;
 using TestSupport::slotOf;
 using TestSupport::slotsFrom;
 
@@ -61,8 +63,12 @@ bool inOrder(const std::vector<std::size_t>& offsets) {
                                                     std::greater_equal<>()) == offsets.end();
 }
 
+/// Checks that the destructor of an object comes first, then operations in their order, and that
+/// the object has no further ones.
+template <class Object>
 void expectInOrder(const std::vector<std::size_t>& slots) {
   EXPECT_EQ(slots, slotsFrom(slotAfterDestructor, slots.size()));
+  EXPECT_EQ(slotBehind<Object>(), slotAfterDestructor + slots.size());
 }
 
 /// A store with a table and a record.
@@ -82,12 +88,12 @@ class ObjectOrderTest : public DatabaseTest {
 // ---- Service ----
 
 TEST_F(ObjectOrderTest, ServiceOperations) {
-  expectInOrder({slotOf(&Service::create),
-                 requestSlot<Service, Rtk::OpenReqApi, Rtk::OpenReqApi::OpenPayload>(),
-                 requestSlot<Service, Rtk::CloseReqApi, Rtk::CloseReqApi::ClosePayload>(),
-                 requestSlot<Service, StoreReq, StoreReq::CreatePayload>(),
-                 requestSlot<Service, CommitReq, CommitReq::DecrInhibitPayload>(),
-                 requestSlot<Service, CommitReq, CommitReq::IncrInhibitPayload>()});
+  expectInOrder<Service>({slotOf(&Service::create),
+                          requestSlot<Service, Rtk::OpenReqApi, Rtk::OpenReqApi::OpenPayload>(),
+                          requestSlot<Service, Rtk::CloseReqApi, Rtk::CloseReqApi::ClosePayload>(),
+                          requestSlot<Service, StoreReq, StoreReq::CreatePayload>(),
+                          requestSlot<Service, CommitReq, CommitReq::DecrInhibitPayload>(),
+                          requestSlot<Service, CommitReq, CommitReq::IncrInhibitPayload>()});
 }
 
 TEST_F(ObjectOrderTest, ServiceAccessorsAreNotVirtual) {
@@ -95,7 +101,8 @@ TEST_F(ObjectOrderTest, ServiceAccessorsAreNotVirtual) {
       slotOf(&Service::getOpenSyncApi), slotOf(&Service::getCloseSyncApi),
       slotOf(&Service::getSyncApi),     slotOf(&Service::getCommitSyncApi),
       slotOf(&Service::getSAP),         slotOf(&Service::getCommitSAP),
-      slotOf(&Service::getOpenSAP),     slotOf(&Service::getCloseSAP)};
+      slotOf(&Service::getOpenSAP),     slotOf(&Service::getCloseSAP),
+      slotOf(&Service::commit)};
   EXPECT_EQ(slots, std::vector<std::size_t>(slots.size(), TestSupport::noSlot));
 }
 
@@ -117,9 +124,9 @@ TEST_F(ObjectOrderTest, ServiceHasRoomForItsNameAndItsStorage) {
 // ---- Db ----
 
 TEST_F(ObjectOrderTest, DbOperations) {
-  expectInOrder({slotOf(&Db::destroy), slotOf(&Db::createTable),
-                 requestSlot<Db, DbReq, DbReq::CreateTablePayload>(),
-                 requestSlot<Db, DbReq, DbReq::DestroyPayload>()});
+  expectInOrder<Db>({slotOf(&Db::destroy), slotOf(&Db::createTable),
+                     requestSlot<Db, DbReq, DbReq::CreateTablePayload>(),
+                     requestSlot<Db, DbReq, DbReq::DestroyPayload>()});
 }
 
 TEST_F(ObjectOrderTest, DbParts) {
@@ -131,15 +138,15 @@ TEST_F(ObjectOrderTest, DbParts) {
 // ---- Table ----
 
 TEST_F(ObjectOrderTest, TableOperations) {
-  expectInOrder({slotOf(&Table::destroy), slotOf(&Table::createRecordWithKey),
-                 slotOf(&Table::createRecord), slotOf(&Table::iterate),
-                 slotOf(&Table::openFirstRecord), slotOf(&Table::openRecord), slotOf(&Table::read),
-                 slotOf(&Table::write),
-                 requestSlot<Table, TableReq, TableReq::OpenFirstRecordPayload>(),
-                 requestSlot<Table, TableReq, TableReq::CreateRecordWithKeyPayload>(),
-                 requestSlot<Table, TableReq, TableReq::CreateRecordPayload>(),
-                 requestSlot<Table, TableReq, TableReq::DestroyPayload>(),
-                 requestSlot<Table, AtomicReq, AtomicReq::IteratePayload>()});
+  expectInOrder<Table>({slotOf(&Table::destroy), slotOf(&Table::createRecordWithKey),
+                        slotOf(&Table::createRecord), slotOf(&Table::iterate),
+                        slotOf(&Table::openFirstRecord), slotOf(&Table::openRecord),
+                        slotOf(&Table::read), slotOf(&Table::write),
+                        requestSlot<Table, TableReq, TableReq::OpenFirstRecordPayload>(),
+                        requestSlot<Table, TableReq, TableReq::CreateRecordWithKeyPayload>(),
+                        requestSlot<Table, TableReq, TableReq::CreateRecordPayload>(),
+                        requestSlot<Table, TableReq, TableReq::DestroyPayload>(),
+                        requestSlot<Table, AtomicReq, AtomicReq::IteratePayload>()});
 }
 
 TEST_F(ObjectOrderTest, TableParts) {
@@ -171,11 +178,12 @@ TEST_F(ObjectOrderTest, TableNamesItsColumnsByTheConstants) {
 // ---- Record ----
 
 TEST_F(ObjectOrderTest, RecordOperations) {
-  expectInOrder({slotOf(&Record::getReadApi), slotOf(&Record::getWriteApi), slotOf(&Record::getKey),
-                 slotOf(&Record::destroy), slotOf(&Record::read), slotOf(&Record::write),
-                 requestSlot<Record, RecordReq, RecordReq::WritePayload>(),
-                 requestSlot<Record, RecordReq, RecordReq::ReadPayload>(),
-                 requestSlot<Record, RecordReq, RecordReq::DestroyPayload>()});
+  expectInOrder<Record>({slotOf(&Record::getReadApi), slotOf(&Record::getWriteApi),
+                         slotOf(&Record::getKey), slotOf(&Record::destroy), slotOf(&Record::read),
+                         slotOf(&Record::write),
+                         requestSlot<Record, RecordReq, RecordReq::WritePayload>(),
+                         requestSlot<Record, RecordReq, RecordReq::ReadPayload>(),
+                         requestSlot<Record, RecordReq, RecordReq::DestroyPayload>()});
 }
 
 TEST_F(ObjectOrderTest, RecordParts) {
