@@ -3,6 +3,7 @@
 
 #include "metakit/mk4.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -49,7 +50,11 @@ c4_Bytes::c4_Bytes(const void* bytes, int size, bool copy) : c4_Bytes(bytes, siz
 c4_Property::c4_Property(char type, const char* name)
     : _type(type), _name(Metakit::internName(name)) {}
 
-// ---- c4_Row ----
+// ---- c4_RowRef and c4_Row ----
+
+bool c4_RowRef::exists() const {
+  return _table != nullptr && _row >= 0 && _row < _table->rows();
+}
 
 c4_Row::c4_Row() : c4_RowRef(nullptr, 0), _own(std::make_shared<Sequence>()) {
   _table = _own.get();
@@ -88,11 +93,20 @@ int c4_View::Add(const c4_RowRef& row) {
 }
 
 void c4_View::SetAt(int index, const c4_RowRef& row) {
-  _table->assign(index, *row._table, row._row);
+  if (!(*this)[index].exists()) {
+    return;
+  }
+  if (row.exists()) {
+    _table->assign(index, *row._table, row._row);
+  } else {
+    _table->assign(index, *c4_Row()._table, 0);
+  }
 }
 
 void c4_View::RemoveAt(int index, int count) {
-  _table->remove(index, count);
+  if ((*this)[index].exists() && count > 0) {
+    _table->remove(index, std::min(count, GetSize() - index));
+  }
 }
 
 const char* c4_View::Description() const {
@@ -102,71 +116,80 @@ const char* c4_View::Description() const {
 // ---- Cells ----
 
 template <char type>
+Metakit::Column* c4_Ref<type>::column() const {
+  return _row.exists() ? _row._table->column(_name, type) : nullptr;
+}
+
+template <char type>
+Metakit::Column* c4_Ref<type>::columnToSet(const Metakit::Structure* rows) {
+  return _row.exists() ? _row._table->columnToSet(_name, type, rows) : nullptr;
+}
+
+template <char type>
 t4_i32 c4_Ref<type>::readInt() const {
-  const auto* column = static_cast<IntColumn*>(_row._table->column(_name, type));
-  return column != nullptr ? column->at(_row._row) : 0;
+  const auto* cells = static_cast<IntColumn*>(column());
+  return cells != nullptr ? cells->at(_row._row) : 0;
 }
 
 template <char type>
 t4_i64 c4_Ref<type>::readWide() const {
-  const auto* column = static_cast<WideColumn*>(_row._table->column(_name, type));
-  return column != nullptr ? column->at(_row._row) : 0;
+  const auto* cells = static_cast<WideColumn*>(column());
+  return cells != nullptr ? cells->at(_row._row) : 0;
 }
 
 template <char type>
 c4_Bytes c4_Ref<type>::readBytes(bool lastsBeyondCommit) const {
-  const auto* column = static_cast<BytesColumn*>(_row._table->column(_name, type));
-  if (column == nullptr) {
+  const auto* cells = static_cast<BytesColumn*>(column());
+  if (cells == nullptr) {
     return {};
   }
-  const BytesColumn::Item item = column->at(_row._row);
+  const BytesColumn::Item item = cells->at(_row._row);
   // A commit, which is no change, moves what was changed before it.
-  return {item.bytes, item.size, lastsBeyondCommit && column->changed()};
+  return {item.bytes, item.size, lastsBeyondCommit && cells->changed()};
 }
 
 template <char type>
 c4_View c4_Ref<type>::readView() const {
-  const auto* column = static_cast<ViewColumn*>(_row._table->column(_name, type));
-  return column != nullptr ? c4_View(column->at(_row._row)) : c4_View();
+  const auto* cells = static_cast<ViewColumn*>(column());
+  return cells != nullptr ? c4_View(cells->at(_row._row)) : c4_View();
 }
 
 template <char type>
 void c4_Ref<type>::writeInt(t4_i32 value) {
-  auto* column = static_cast<IntColumn*>(_row._table->columnToSet(_name, type));
-  if (column != nullptr) {
-    column->set(_row._row, value);
+  auto* cells = static_cast<IntColumn*>(columnToSet());
+  if (cells != nullptr) {
+    cells->set(_row._row, value);
   }
 }
 
 template <char type>
 void c4_Ref<type>::writeWide(t4_i64 value) {
-  auto* column = static_cast<WideColumn*>(_row._table->columnToSet(_name, type));
-  if (column != nullptr) {
-    column->set(_row._row, value);
+  auto* cells = static_cast<WideColumn*>(columnToSet());
+  if (cells != nullptr) {
+    cells->set(_row._row, value);
   }
 }
 
 template <char type>
 void c4_Ref<type>::writeBytes(const void* bytes, int size) {
-  auto* column = static_cast<BytesColumn*>(_row._table->columnToSet(_name, type));
-  if (column != nullptr) {
-    column->set(_row._row, bytes, size);
+  auto* cells = static_cast<BytesColumn*>(columnToSet());
+  if (cells != nullptr) {
+    cells->set(_row._row, bytes, size);
   }
 }
 
 template <char type>
 void c4_Ref<type>::writeView(const c4_View& view) {
   if (view._table == nullptr) {
-    auto* column = _row._table->column(_name, type);
-    if (column != nullptr) {
-      column->clear(_row._row);
+    auto* cells = column();
+    if (cells != nullptr) {
+      cells->clear(_row._row);
     }
     return;
   }
-  auto* column =
-      static_cast<ViewColumn*>(_row._table->columnToSet(_name, type, &view._table->structure()));
-  if (column != nullptr) {
-    column->at(_row._row)->assign(*view._table);
+  auto* cells = static_cast<ViewColumn*>(columnToSet(&view._table->structure()));
+  if (cells != nullptr) {
+    cells->at(_row._row)->assign(*view._table);
   }
 }
 

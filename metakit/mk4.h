@@ -12,12 +12,16 @@
 // nothing in namespace Metakit, builds against the library itself as well.
 //
 // Rows and views refer to tables that they share. One thread at a time may use a storage and what
-// came from it; properties may be made and used by any thread. Row numbers are not checked:
-// REQUIRES 0 <= row < GetSize() everywhere. Nothing is fatal.
+// came from it; properties may be made and used by any thread. Nothing is fatal.
+//
+// A row number outside 0 <= row < GetSize() is safe: the cells of such a row read as 0 or empty,
+// and what would change it changes nothing. An installed Metakit may not check row numbers.
 
 namespace Metakit {
+class Column;
 class Datafile;
 class Sequence;
+struct Structure;
 }  // namespace Metakit
 
 using t4_byte = unsigned char;
@@ -63,7 +67,7 @@ class c4_Property {
 };
 
 /// A row of a view, by reference: valid as long as a view of the table exists and the row stands
-/// where it stood.
+/// where it stood. The row need not exist.
 class c4_RowRef {
  private:
   friend class c4_Row;
@@ -72,6 +76,8 @@ class c4_RowRef {
   friend class c4_Ref;
 
   c4_RowRef(Metakit::Sequence* table, int row) : _table(table), _row(row) {}
+
+  bool exists() const;
 
   Metakit::Sequence* _table;
   int _row;
@@ -99,10 +105,12 @@ class c4_View {
   c4_RowRef operator[](int row) const { return {_table.get(), row}; }
 
   /// Appends a copy of a row and gives its index; -1 when the table can take no more. Properties
-  /// that the table has and the row has not are 0 or empty, others are left out.
+  /// that the table has and the row has not are 0 or empty, others are left out. A row that does
+  /// not exist has no properties.
   int Add(const c4_RowRef& row);
   /// Replaces a row by a copy of another one, with the same rule.
   void SetAt(int index, const c4_RowRef& row);
+  /// Removes up to `count` rows, as many as exist from `index` on; none if `index` is negative.
   void RemoveAt(int index, int count = 1);
 
   /// The properties, such as "Key:I,Record:B"; valid until they change.
@@ -137,6 +145,11 @@ class c4_Ref {
   void writeView(const c4_View& view);
 
  private:
+  /// The column that has the cell; null when the row or the property does not exist.
+  Metakit::Column* column() const;
+  /// The same, adding the property where that is possible; `rows` describes a view's rows.
+  Metakit::Column* columnToSet(const Metakit::Structure* rows = nullptr);
+
   c4_RowRef _row;
   const std::string* _name;
 };
