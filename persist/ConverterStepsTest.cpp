@@ -63,6 +63,9 @@ class FakeRecord : public Database::Record::Api {
   int _key;
 };
 
+/// Called when a row is opened.
+std::function<void()> onOpenRecord;
+
 /// A row of the old table.
 class FakeRow : public Database::Table::RecordApi {
  public:
@@ -70,6 +73,9 @@ class FakeRow : public Database::Table::RecordApi {
 
   Database::Record::Api* openRecord(void* mem, unsigned int memSize) override {
     note("row", "openRecord");
+    if (onOpenRecord) {
+      onOpenRecord();
+    }
     EXPECT_EQ(memSize, Metakit::recordObjectSize);
     return new (mem) FakeRecord("old record", _key);
   }
@@ -171,6 +177,24 @@ TEST(ConverterStepsTest, ReadsAllWritesAllAndEndsEachHandleInPlace) {
   EXPECT_EQ(calls, expected);
 }
 
+TEST(ConverterStepsTest, ListsEachPairBeforeItOpensTheRow) {
+  FakeDb oldDb("old db", "old table");
+  FakeDb newDb("new db", "new table");
+  Converter<Old, New> converter(oldDb, newDb, "First", "Second", nullptr, nullptr);
+  std::vector<int> listed;
+  onOpenRecord = [&] {
+    int pairs = 0;
+    for (const auto* pair = converter.pairs().first(); pair != nullptr;
+         pair = converter.pairs().next(*pair)) {
+      ++pairs;
+    }
+    listed.push_back(pairs);
+  };
+  converter.convert();
+  onOpenRecord = nullptr;
+  EXPECT_EQ(listed, (std::vector<int>{1, 2}));
+}
+
 TEST(ConverterStepsTest, NamesRowsByTheKeysThatTheirRecordsHave) {
   FakeDb oldDb("old db", "old table");
   FakeDb newDb("new db", "new table");
@@ -219,6 +243,13 @@ TEST(ConverterStepsTest, MembersAreInOrder) {
                        offsetof(Converting, _oldRecordHook), offsetof(Converting, _newRecordHook),
                        offsetof(Converting, _oldTable), offsetof(Converting, _newTable),
                        offsetof(Converting, _composer), offsetof(Converting, _pairs)}));
+}
+
+TEST(ConverterStepsTest, HandlesGetExactlyTheMemoryOfTheirObjects) {
+  EXPECT_EQ(sizeof(Converting::TableMemory), Metakit::tableSize);
+  EXPECT_EQ(alignof(Converting::TableMemory), Metakit::tableAlignment);
+  EXPECT_EQ(sizeof(Converting::RecordMemory), Metakit::recordObjectSize);
+  EXPECT_EQ(alignof(Converting::RecordMemory), Metakit::recordAlignment);
 }
 
 TEST(PairStepsTest, MembersAreInOrder) {
