@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <atomic>
 #include <cstring>
 #include <functional>
 #include <mutex>
@@ -36,6 +37,14 @@ class Server : public Rtk::MailboxServer {
     }
   }
 
+  void postSync(Rtk::Message& message) override {
+    ++_requests;
+    Rtk::MailboxServer::postSync(message);
+  }
+
+  /// The number of requests so far whose sender waits for the reply. Any thread.
+  int requests() const { return _requests; }
+
   /// Any thread.
   void mark(const std::string& text) {
     const std::lock_guard<std::mutex> lock(_lock);
@@ -58,6 +67,7 @@ class Server : public Rtk::MailboxServer {
   void initialize() override { _self = Rtk::Thread::getCurrent(); }
 
  private:
+  std::atomic<int> _requests = 0;
   std::mutex _lock;
   std::string _marks;                  // Guarded by the lock.
   const Rtk::Thread* _self = nullptr;  // Touched by the server thread only.

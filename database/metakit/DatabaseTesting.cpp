@@ -5,7 +5,18 @@
 
 #include <unistd.h>
 
+#include "random/Random.h"
+
 namespace DatabaseTesting {
+
+RandomSource::RandomSource() : _before(Pvn::Random::Posix::fd) {
+  Pvn::Random::initialize();
+}
+
+RandomSource::~RandomSource() {
+  ::close(Pvn::Random::Posix::fd);
+  Pvn::Random::Posix::fd = _before;
+}
 
 std::function<void()> onSync;
 

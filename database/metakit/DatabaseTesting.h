@@ -26,6 +26,18 @@
 
 namespace DatabaseTesting {
 
+/// Opens the system's source of random numbers for the tests of a fixture.
+class RandomSource {
+ public:
+  RandomSource();
+  ~RandomSource();
+  RandomSource(const RandomSource&) = delete;
+  RandomSource& operator=(const RandomSource&) = delete;
+
+ private:
+  const int _before;
+};
+
 /// Called in place of the operating system's sync(), which these tests replace: they want to see
 /// it, and must not hold the machine up. Set while no request is on its way.
 extern std::function<void()> onSync;

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 the history-convert authors
 // SPDX-License-Identifier: MIT
 
-#include <unistd.h>
-
+#include <cerrno>
 #include <functional>
 #include <memory>
+#include <new>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -16,7 +16,6 @@
 #include "database/metakit/DatabaseTesting.h"
 #include "metakit/File.h"
 #include "metakit/PosixFile.h"
-#include "random/Random.h"
 
 // What the store does to its file: how often it is written and synced, and when it is let go.
 
@@ -44,6 +43,8 @@ struct FileUse {
 
   int open = 0;
   std::string trace;
+  /// Files refuse as many writes before they take one.
+  int refusals = 0;
 
  private:
   bool _committing = false;
@@ -64,6 +65,10 @@ class NotedFile : public Metakit::File {
   }
   int write(std::int64_t offset, const void* bytes, std::size_t size) override {
     _use.noteWrite();
+    if (_use.refusals > 0) {
+      --_use.refusals;
+      return ENOSPC;
+    }
     return _file->write(offset, bytes, size);
   }
   int truncate(std::int64_t length) override {
@@ -81,8 +86,7 @@ class NotedFile : public Metakit::File {
 /// A table with the rows 7, 3 and 7, of which the first is opened, over noted files.
 class FileUseTest : public DatabaseTest {
  protected:
-  FileUseTest() : _randomSource(Pvn::Random::Posix::fd) {
-    Pvn::Random::initialize();
+  FileUseTest() {
     Metakit::setFileOpener([this](const char* name, bool write) -> std::unique_ptr<Metakit::File> {
       auto file = Metakit::PosixFile::open(name, write);
       return file == nullptr ? nullptr : std::make_unique<NotedFile>(std::move(file), use);
@@ -105,8 +109,6 @@ class FileUseTest : public DatabaseTest {
     });
     table = nullptr;
     Metakit::setFileOpener({});
-    ::close(Pvn::Random::Posix::fd);
-    Pvn::Random::Posix::fd = _randomSource;
   }
 
   FileUse use;
@@ -116,7 +118,7 @@ class FileUseTest : public DatabaseTest {
   Pvn::Database::Table::Api* otherTable = nullptr;
 
  private:
-  const int _randomSource;
+  RandomSource _randomSource;
   RecordMemory _recordMemory;
 };
 
@@ -257,6 +259,25 @@ TEST_F(FileUseTest, CommitWithoutAChangeIsSyncedAllTheSame) {
   EXPECT_EQ(use.trace, "sync ");
 }
 
+TEST_F(FileUseTest, CommitThatFailsIsNotRepeated) {
+  auto& inhibit = *service.getCommitSyncApi();
+  const auto changeAndFail = [this](const std::function<void()>& release) {
+    use.begin();
+    use.refusals = 1;
+    client([&] {
+      record->write("01234567", recordSize, 0);
+      release();
+    });
+    EXPECT_EQ(use.refusals, 0);
+    EXPECT_EQ(service.getCommitError(), ENOSPC);
+    EXPECT_EQ(use.trace, "commit sync ");
+    EXPECT_EQ(rowsInFile().front(), (Row{7, bodyOf('a')}));
+  };
+  changeAndFail([] {});
+  client([&] { inhibit.incrementInhibit(); });
+  changeAndFail([&] { inhibit.decrementInhibit(); });
+}
+
 TEST_F(FileUseTest, StoresOnOneServerAreHeldBackEachByItself) {
   Service other(server, path.c_str());
   client([&] {
@@ -305,6 +326,52 @@ TEST_F(FileUseTest, ViewOfATableKeepsTheFileUntilTheTableIsDestroyed) {
     ofOther->destroy();
   });
   EXPECT_EQ(use.open, 1);
+}
+
+TEST_F(FileUseTest, DestructorOfATableKeepsTheFile) {
+  Service other(server, path.c_str());
+  // Never freed, so that the reference to the view is not lost.
+  static auto* const memory = new TableMemory;
+  client([&] {
+    other.open();
+    auto* ofOther = other.create("", otherDbMemory.get(), dbSize)
+                        ->createTable("Table", recordSize, memory->get(), tableSize);
+    other.close();
+    ofOther->~Api();
+  });
+  EXPECT_EQ(use.open, 2);
+}
+
+/// A table that notes at its end how many files are open.
+class CountingTable : public Pvn::Database::Metakit::Persist::Table {
+ public:
+  CountingTable(Pvn::Database::Metakit::Persist::Service& service, const FileUse& use,
+                int& openAtEnd)
+      : Table(service, "Table", 8), _use(use), _openAtEnd(openAtEnd) {}
+  ~CountingTable() override { _openAtEnd = _use.open; }
+
+ private:
+  const FileUse& _use;
+  int& _openAtEnd;
+};
+
+TEST_F(FileUseTest, DestroyReleasesTheViewAfterTheTableEndsAndBeforeTheCommit) {
+  Service other(server, path.c_str());
+  client([&] { other.open(); });
+  int openAtEnd = 0;
+  int openAtSync = 0;
+  alignas(CountingTable) unsigned char memory[sizeof(CountingTable)];
+  auto* counting = new (memory) CountingTable(other, use, openAtEnd);
+  // The view keeps the first of two files of the other store open.
+  client([&] {
+    other.close();
+    other.open();
+  });
+  ASSERT_EQ(use.open, 3);
+  onSync = [&] { openAtSync = use.open; };
+  client([&] { counting->destroy(); });
+  EXPECT_EQ(openAtEnd, 3);
+  EXPECT_EQ(openAtSync, 2);
 }
 
 }  // namespace
