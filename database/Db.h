@@ -23,6 +23,7 @@ class Api {
   virtual void destroy() = 0;
 
   /// Opens the named table, creating it when it does not exist, with records of `recordSize` bytes.
+  /// The implementation may limit the length of `name`.
   /// Builds the handle in `mem`, of `memSize` bytes, which stays the client's, and gives `mem` back
   /// as its result; null on failure. Any thread of the framework but the server's own.
   virtual Table::Api* createTable(const char* name, unsigned int recordSize, void* mem,

@@ -23,7 +23,8 @@ class Db : public Pvn::Database::Db::Api, public Pvn::Database::Persist::Db::Req
   // Any thread of the framework but the server's own.
   void destroy() override;
   /// `mem` must be of `tableAlignment` and have `tableSize` bytes. A smaller `memSize` is warned
-  /// about and gives null, although the object is built all the same.
+  /// about and gives null, although the object is built all the same. `name` may have
+  /// `maxTableNameLength` characters (see Table).
   Pvn::Database::Table::Api* createTable(const char* name, unsigned int recordSize, void* mem,
                                          unsigned int memSize) override;
 

@@ -42,6 +42,11 @@ Table::Table(Service& service, const char* name, unsigned int recordSize)
       _cursor(0),
       _recordSize(recordSize) {
   _name += schema;
+  if (_name.truncated()) {
+    warn(
+        "Pvn::Database::Metakit::Persist::Table::Table(): WARNING: The name specified was too "
+        "long!\n");
+  }
   _view = new (_viewSpace) c4_View(_service.getStorage()->GetAs(_name.getString()));
 }
 

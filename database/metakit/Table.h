@@ -22,6 +22,11 @@ inline constexpr char keyColumnName[] = "Key";
 inline constexpr char recordColumnName[] = "Record";
 inline constexpr char schema[] = "[Key:I,Record:B]";
 
+/// The characters that a table's name may have: with `schema` appended, 1024 are kept.
+inline constexpr unsigned int maxTableNameLength = 1024 - (sizeof schema - 1);
+
+class Record;
+
 /// One table of a database: its records as rows of a view, in the order in which they were created,
 /// each a key and a body of bytes. Built by its database in memory of the client, who ends it (see
 /// Pvn::Database::Table::Api), and must not outlive the service. Clients reach it by request; it is
@@ -39,13 +44,15 @@ class Table : public Pvn::Database::Table::Api,
     const char* partial;
   };
 
-  /// Opens the view, creating it if it does not exist. The name is copied. REQUIRES: the service is
-  /// open. Server thread only.
+  /// Opens the view, creating it if it does not exist. Copies the name. A name of more than
+  /// `maxTableNameLength` characters is warned about: the table can be used, but it is in memory
+  /// only, and nothing of it gets into the file. REQUIRES: the service is open. Server thread only.
   Table(Service& service, const char* name, unsigned int recordSize);
 
   // Any thread of the framework but the server's own. `mem` must be of `recordAlignment` and have
   // `recordObjectSize` bytes; where a record is created, a smaller `memSize` is warned about and
-  // gives null, although the object is built all the same.
+  // gives null, although the object is built all the same. A table that can take no more rows is
+  // warned about, too: then nothing is built, and the result is null.
   void destroy() override;
   Pvn::Database::Record::Api* createRecordWithKey(const void* data, void* mem, unsigned int memSize,
                                                   int key) override;

@@ -39,16 +39,43 @@ TEST_F(TableTest, CopiesItsName) {
   EXPECT_EQ(rowsIn(path, "Other"), (Rows{{7, "01234567"}}));
 }
 
-TEST_F(TableTest, NameMayHave1024CharactersWithItsStructure) {
+class TableNameTest : public TableTest {
+ protected:
+  static constexpr unsigned int limit = Pvn::Database::Metakit::Persist::maxTableNameLength;
+
+  /// Adds a row to a table whose name has `length` characters, giving what is printed.
+  std::string addRowToTable(unsigned int length) {
+    return output([&] {
+      auto* named =
+          db->createTable(std::string(length, 'n').c_str(), recordSize, _memory.get(), tableSize);
+      EXPECT_EQ(static_cast<void*>(named), _memory.get());
+      EXPECT_EQ(named->createRecordWithKey("01234567", memory.get(), recordObjectSize, 7)->getKey(),
+                7);
+      named->destroy();
+    });
+  }
+
+ private:
+  TableMemory _memory;
+};
+
+TEST_F(TableNameTest, NameMayHave1008Characters) {
+  EXPECT_EQ(limit, 1008U);
   openTable();
-  const std::string name(1024 - std::string("[Key:I,Record:B]").size(), 'n');
-  TableMemory otherMemory;
-  client([&] {
-    auto* other = db->createTable(name.c_str(), recordSize, otherMemory.get(), tableSize);
-    other->createRecordWithKey("01234567", memory.get(), recordObjectSize, 7);
-    other->destroy();
-  });
-  EXPECT_EQ(rowsIn(path, name), (Rows{{7, "01234567"}}));
+  EXPECT_EQ(addRowToTable(limit), "");
+  EXPECT_EQ(rowsIn(path, std::string(limit, 'n')), (Rows{{7, "01234567"}}));
+}
+
+TEST_F(TableNameTest, TableWithALongerNameIsWarnedAboutAndNotStored) {
+  openTable({{3, bodyOf('a')}});
+  // Cut within the structure, at its beginning, and within the name.
+  for (const unsigned int length : {limit + 1, 1024U, 1025U, 3000U}) {
+    EXPECT_EQ(addRowToTable(length),
+              tableLine + "Table(): WARNING: The name specified was too long!\n")
+        << length;
+  }
+  EXPECT_EQ(descriptionOf(path), "Table[Key:I,Record:B]");
+  EXPECT_EQ(rowsInFile(), (Rows{{3, bodyOf('a')}}));
 }
 
 TEST_F(TableTest, TwoHandlesOfOneTableSeeTheSameRows) {
