@@ -37,8 +37,11 @@ class IteratorApi {
   IteratorApi(const IteratorApi&) = delete;
   IteratorApi& operator=(const IteratorApi&) = delete;
 
-  /// Called once for each row, in order; true stops the iteration. It must not call anything that
-  /// blocks on the same server. Server thread only.
+  /// Called in order, as many times as the table had rows when the iteration began; true stops the
+  /// iteration. It must not call anything that blocks on the same server. It should not remove
+  /// rows: the rows after a removed one move up, so that the next visit misses one, and the last
+  /// visits have no row. Then `record` opens no record, and reads and writes 0 bytes. Server thread
+  /// only.
   virtual bool nextRecord(RecordApi& record) = 0;
 };
 

@@ -72,7 +72,7 @@ Pvn::Database::Record::Api* Table::openFirstRecord(void* mem, unsigned int memSi
 }
 
 Pvn::Database::Record::Api* Table::openRecord(void* mem, unsigned int memSize) {
-  if (memSize < sizeof(Record) || mem == nullptr) {
+  if (memSize < sizeof(Record) || mem == nullptr || !hasRow(_cursor)) {
     return nullptr;
   }
   return new (mem) Record(*this, _cursor);
@@ -89,7 +89,7 @@ unsigned int Table::write(const void* data, unsigned int size, unsigned int offs
 void Table::request(
     Rtk::ServerRequest<TableReq::Api, TableReq::Api::OpenFirstRecordPayload>& request) {
   auto& payload = request.getPayload();
-  if (payload._memSize >= sizeof(Record) && _view->GetSize() > 0 && payload._mem != nullptr) {
+  if (payload._memSize >= sizeof(Record) && hasRow(0) && payload._mem != nullptr) {
     payload._result = new (payload._mem) Record(*this, 0);
   }
   request.returnToSender();
@@ -108,10 +108,9 @@ void Table::request(
         "Pvn::Database::Metakit::Persist::Table::request(CreateRecordWithKeyReq): WARNING: The key "
         "specified was not unique!\n");
   }
-  append(payload._key, payload._data);
   // With a key that was there before, `index` is its first row: the handle addresses that one, and
   // only an iteration comes to the new row. Clients rely on a key leading to its first record.
-  Record* record = payload._mem != nullptr ? new (payload._mem) Record(*this, index) : nullptr;
+  Record* record = appendRecord(payload._key, payload._data, index, payload._mem);
   payload._result = enough ? record : nullptr;
   commit();
   request.returnToSender();
@@ -129,8 +128,7 @@ void Table::request(
   do {
     key = Pvn::Random::Signed::get();
   } while (findIndexByKey(key, index));
-  append(key, payload._data);
-  Record* record = payload._mem != nullptr ? new (payload._mem) Record(*this, index) : nullptr;
+  Record* record = appendRecord(key, payload._data, index, payload._mem);
   payload._result = enough ? record : nullptr;
   commit();
   request.returnToSender();
@@ -177,6 +175,10 @@ int Table::keyAt(int index) {
   return keyColumn((*_view)[index]);
 }
 
+bool Table::hasRow(int index) const {
+  return index < _view->GetSize();
+}
+
 bool Table::isInRecord(unsigned int size, unsigned int offset, const RangeTexts& texts) const {
   if (_recordSize < offset) {
     warn(texts.offsetBeyond);
@@ -193,7 +195,7 @@ bool Table::isInRecord(unsigned int size, unsigned int offset, const RangeTexts&
 
 bool Table::readAt(int index, void* buffer, unsigned int size, unsigned int offset,
                    const RangeTexts& texts) {
-  if (!isInRecord(size, offset, texts)) {
+  if (!isInRecord(size, offset, texts) || !hasRow(index)) {
     return false;
   }
   const c4_BytesProp recordColumn(_recordColumnName);
@@ -204,7 +206,7 @@ bool Table::readAt(int index, void* buffer, unsigned int size, unsigned int offs
 
 bool Table::writeAt(int index, const void* data, unsigned int size, unsigned int offset,
                     const RangeTexts& texts) {
-  if (!isInRecord(size, offset, texts)) {
+  if (!isInRecord(size, offset, texts) || !hasRow(index)) {
     return false;
   }
   const c4_IntProp keyColumn(_keyColumnName);
@@ -231,13 +233,17 @@ void Table::removeAt(int index) {
   _view->RemoveAt(index, 1);
 }
 
-void Table::append(int key, const void* data) {
+Record* Table::appendRecord(int key, const void* data, int index, void* mem) {
   const c4_IntProp keyColumn(_keyColumnName);
   const c4_BytesProp recordColumn(_recordColumnName);
   c4_Row row;
   keyColumn(row) = key;
   recordColumn(row) = c4_Bytes(data, static_cast<int>(_recordSize));
-  _view->Add(row);
+  if (_view->Add(row) < 0) {
+    warn("Pvn::Database::Metakit::Persist::Table::appendRecord(): no more rows possible.\n");
+    return nullptr;
+  }
+  return mem != nullptr ? new (mem) Record(*this, index) : nullptr;
 }
 
 void Table::commit() {

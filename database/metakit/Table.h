@@ -61,8 +61,9 @@ class Table : public Pvn::Database::Table::Api,
   void iterate(Pvn::Database::Table::IteratorApi& iterator) override;
   Pvn::Database::Record::Api* openFirstRecord(void* mem, unsigned int memSize) override;
 
-  // The row that an iteration has come to. REQUIRES: it has not been removed meanwhile. Server
-  // thread only.
+  // The row that an iteration has come to. When rows were removed during the iteration, it may not
+  // exist: then openRecord() returns null, read() and write() return 0, all without a message.
+  // Server thread only.
   Pvn::Database::Record::Api* openRecord(void* mem, unsigned int memSize) override;
   unsigned int read(void* buffer, unsigned int size, unsigned int offset) override;
   /// Is not committed by itself.
@@ -91,10 +92,14 @@ class Table : public Pvn::Database::Table::Api,
   bool findIndexByKey(int key, int& index);
 
   // What a record does with its row. False when the range is none of a record, which is warned
-  // about. REQUIRES: the row exists. Server thread only.
+  // about, and when the row does not exist. Server thread only.
   int keyAt(int index);
   bool readAt(int index, void* buffer, unsigned int size, unsigned int offset,
               const RangeTexts& texts);
+  /// A whole record is always taken. A part is taken only if `size` >= `offset` + length of the
+  /// stored body, and refused with a warning otherwise: when the body has full length, even a write
+  /// of 0 bytes at its end is refused. A part that reaches past the end of a shorter body makes the
+  /// body longer; a gap is filled with zeros.
   bool writeAt(int index, const void* data, unsigned int size, unsigned int offset,
                const RangeTexts& texts);
   void removeAt(int index);
@@ -107,8 +112,11 @@ class Table : public Pvn::Database::Table::Api,
   Rtk::SAP<Pvn::Database::Persist::Table::Req::Api>* getSAP() { return _sync.getSAP(); }
 
  private:
+  bool hasRow(int index) const;
   bool isInRecord(unsigned int size, unsigned int offset, const RangeTexts& texts) const;
-  void append(int key, const void* data);
+  /// Appends a row, then opens the row `index` in `mem`, if that is not null. Null, and a warning,
+  /// when the table can take no more rows.
+  Record* appendRecord(int key, const void* data, int index, void* mem);
 
   static const char* const _keyColumnName;
   static const char* const _recordColumnName;

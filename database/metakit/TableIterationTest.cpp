@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include <climits>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -12,13 +13,23 @@
 namespace {
 
 using namespace DatabaseTesting;
+using Pvn::Database::Metakit::Persist::Record;
 using Pvn::Database::Table::RecordApi;
+namespace RecordReq = Pvn::Database::Persist::Record::Req;
 namespace TableReq = Pvn::Database::Persist::Table::Req;
 
 class TableIterationTest : public TableTest {
  protected:
   TableIterationTest() {
     openTable({{7, bodyOf('a')}, {3, bodyOf('b')}, {-1, bodyOf('c')}, {5, bodyOf('d')}});
+  }
+
+  /// Removes a row, as a request of a record does. Server thread only.
+  void removeRow(int index) {
+    RecordReq::Api::DestroyPayload payload;
+    RecordMemory ended;
+    auto* record = new (ended.get()) Record(*table, index);
+    serve<RecordReq::Api>(*record, payload);
   }
 
   /// The row that the table's cursor stands on, read when no iteration runs.
@@ -82,6 +93,42 @@ TEST_F(TableIterationTest, DoesNotVisitRowsAppendedMeanwhile) {
   EXPECT_EQ(rows().size(), 8U);
   // The cursor has gone on to the first of the new rows.
   EXPECT_EQ(rowAtCursor(), "appended");
+}
+
+TEST_F(TableIterationTest, VisitsWithoutARowReadWriteAndOpenNothingSilently) {
+  std::string visits;
+  std::string buffer;
+  Visitor visitor([&](RecordApi& row) {
+    if (visits.empty()) {
+      removeRow(1);
+      removeRow(2);
+    }
+    RecordHandle* record = row.openRecord(memory.get(), recordObjectSize);
+    visits += record != nullptr ? std::to_string(record->getKey()) : "none";
+    buffer.assign(recordSize, '.');
+    visits += ' ' + std::to_string(row.read(buffer.data(), recordSize, 0)) + ' ' +
+              std::to_string(row.write("01234567", recordSize, 0)) + ", ";
+    return false;
+  });
+  EXPECT_EQ(output([&] { table->iterate(visitor); }), "");
+  EXPECT_EQ(visits, "7 8 8, -1 8 8, none 0 0, none 0 0, ");
+  EXPECT_EQ(buffer, std::string(recordSize, '.'));
+  EXPECT_EQ(rows(), (Rows{{7, "01234567"}, {-1, "01234567"}}));
+}
+
+TEST_F(TableIterationTest, VisitWithoutARowChecksRangesFirst) {
+  Visitor visitor([&](RecordApi& row) {
+    while (!rows().empty()) {
+      removeRow(0);
+    }
+    char byte = 0;
+    EXPECT_EQ(row.read(&byte, 1, recordSize + 1), 0U);
+    EXPECT_EQ(row.write(&byte, 1, recordSize), 0U);
+    return true;
+  });
+  EXPECT_EQ(output([&] { table->iterate(visitor); }),
+            tableLine + "read(): offset beyond size of record.\n" + tableLine +
+                "write(): attempt to write beyond size of record.\n");
 }
 
 TEST_F(TableTest, IterationOfAnEmptyTableVisitsNothing) {
