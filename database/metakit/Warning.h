@@ -13,6 +13,10 @@ inline void warn(const char* line) {
 }
 
 /// Whether `memSize` bytes have room for an `Object`; warns if not. Any thread.
+///
+/// The check only warns. A request with too little memory gets a null result, but its object is
+/// built all the same, and the request is returned once, after that: a second return would leave a
+/// count in the semaphore of the client and end its next wait too early.
 template <class Object>
 bool isEnoughMemory(unsigned int memSize, const char* warning) {
   if (memSize < sizeof(Object)) {
