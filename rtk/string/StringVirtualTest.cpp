@@ -172,6 +172,18 @@ TEST(DStringVirtualTest, NumbersAreStoredByTheConcreteType) {
   expectMarks(cases);
 }
 
+TEST(StringOverrideTest, AssigningAsksTheDynamicStringWhetherItIsEmpty) {
+  class Denying : public DString {
+   public:
+    Denying() : DString("text") {}
+    bool isEmpty() const override { return true; }
+  };
+  const Denying denying;
+  DString s("before");
+  s = static_cast<const DString&>(denying);
+  EXPECT_STREQ(s.getString(), "");
+}
+
 // Trimming an empty text takes two bytes, and a buffer without room has one.
 TEST(StringOverrideTest, TrimmingKeepsToABufferWithoutRoom) {
   class Roomless : public FString<16> {
