@@ -232,8 +232,10 @@ char* DString::allocate(std::int64_t need, int& capacity) const {
   capacity = static_cast<int>(size);
   auto* const block = static_cast<char*>(std::malloc(static_cast<std::size_t>(size)));
   if (block != nullptr) {
-    // Without this, insertAt() could reveal what the heap held before.
-    std::memset(block, '\0', static_cast<std::size_t>(size));
+    // Without this, insertAt() could reveal what the heap held before. The first byte is left out
+    // because compilers replace malloc and a memset of the whole block by calloc, which a process
+    // that replaces malloc may not expect. Every caller stores that byte.
+    std::memset(block + 1, '\0', static_cast<std::size_t>(size) - 1);
   }
   return block;
 }

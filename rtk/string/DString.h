@@ -70,8 +70,8 @@ class DString : public StringBase {
   /// Takes the first block, for `need` characters; `_buffer` is null when there is no memory.
   explicit DString(Sizing sizing);
 
-  /// Returns a new block of NULs for more than `need` bytes and stores its size in `capacity`.
-  /// Returns null, and leaves `capacity`, if memory is short.
+  /// Returns a new block for more than `need` bytes, of NULs except for the first byte, which has
+  /// no value, and stores its size in `capacity`. Returns null if memory is short.
   char* allocate(std::int64_t need, int& capacity) const;
 
   /// Moves on to a new, yet empty block for more than `need` bytes. The old one is handed out in
