@@ -198,6 +198,80 @@ TEST(InterfaceOrderTest, PayloadFieldsFollowTheArgumentsInOrder) {
   EXPECT_EQ(sizeof(Database::Table::Atomic::Req::Api::IteratePayload), sizeof(void*));
 }
 
+template <class Actual, class Expected>
+constexpr bool isOfType = std::is_same_v<Actual, Expected>;
+
+TEST(InterfaceOrderTest, PayloadFieldsHaveTheTypesOfTheArguments) {
+  using Create = Persist::Store::Req::Api::CreatePayload;
+  EXPECT_TRUE((isOfType<decltype(Create::_name), const char*>));
+  EXPECT_TRUE((isOfType<decltype(Create::_mem), void*>));
+  EXPECT_TRUE((isOfType<decltype(Create::_memSize), unsigned int>));
+  EXPECT_TRUE((isOfType<decltype(Create::_result), Database::Db::Api*>));
+  using CreateTable = Persist::Db::Req::Api::CreateTablePayload;
+  EXPECT_TRUE((isOfType<decltype(CreateTable::_name), const char*>));
+  EXPECT_TRUE((isOfType<decltype(CreateTable::_recordSize), unsigned int>));
+  EXPECT_TRUE((isOfType<decltype(CreateTable::_mem), void*>));
+  EXPECT_TRUE((isOfType<decltype(CreateTable::_memSize), unsigned int>));
+  EXPECT_TRUE((isOfType<decltype(CreateTable::_result), Database::Table::Api*>));
+  using OpenFirst = Persist::Table::Req::Api::OpenFirstRecordPayload;
+  EXPECT_TRUE((isOfType<decltype(OpenFirst::_mem), void*>));
+  EXPECT_TRUE((isOfType<decltype(OpenFirst::_memSize), unsigned int>));
+  EXPECT_TRUE((isOfType<decltype(OpenFirst::_result), Database::Record::Api*>));
+  using WithKey = Persist::Table::Req::Api::CreateRecordWithKeyPayload;
+  EXPECT_TRUE((isOfType<decltype(WithKey::_data), const void*>));
+  EXPECT_TRUE((isOfType<decltype(WithKey::_mem), void*>));
+  EXPECT_TRUE((isOfType<decltype(WithKey::_memSize), unsigned int>));
+  EXPECT_TRUE((isOfType<decltype(WithKey::_key), int>));
+  EXPECT_TRUE((isOfType<decltype(WithKey::_result), Database::Record::Api*>));
+  using CreateRecord = Persist::Table::Req::Api::CreateRecordPayload;
+  EXPECT_TRUE((isOfType<decltype(CreateRecord::_data), const void*>));
+  EXPECT_TRUE((isOfType<decltype(CreateRecord::_mem), void*>));
+  EXPECT_TRUE((isOfType<decltype(CreateRecord::_memSize), unsigned int>));
+  EXPECT_TRUE((isOfType<decltype(CreateRecord::_result), Database::Record::Api*>));
+  using Read = Persist::Record::Req::Api::ReadPayload;
+  EXPECT_TRUE((isOfType<decltype(Read::_buffer), void*>));
+  EXPECT_TRUE((isOfType<decltype(Read::_size), unsigned int>));
+  EXPECT_TRUE((isOfType<decltype(Read::_offset), unsigned int>));
+  EXPECT_TRUE((isOfType<decltype(Read::_result), unsigned int>));
+  using Write = Persist::Record::Req::Api::WritePayload;
+  EXPECT_TRUE((isOfType<decltype(Write::_data), const void*>));
+  EXPECT_TRUE((isOfType<decltype(Write::_size), unsigned int>));
+  EXPECT_TRUE((isOfType<decltype(Write::_offset), unsigned int>));
+  EXPECT_TRUE((isOfType<decltype(Write::_result), unsigned int>));
+  using Iterate = Database::Table::Atomic::Req::Api::IteratePayload;
+  EXPECT_TRUE((isOfType<decltype(Iterate::_iterator), Database::Table::IteratorApi&>));
+}
+
+TEST(InterfaceOrderTest, PayloadsHoldNothingAfterTheirResult) {
+  using Create = Persist::Store::Req::Api::CreatePayload;
+  EXPECT_EQ(sizeof(Create), offsetof(Create, _result) + sizeof(void*));
+  using CreateTable = Persist::Db::Req::Api::CreateTablePayload;
+  EXPECT_EQ(sizeof(CreateTable), offsetof(CreateTable, _result) + sizeof(void*));
+  using OpenFirst = Persist::Table::Req::Api::OpenFirstRecordPayload;
+  EXPECT_EQ(sizeof(OpenFirst), offsetof(OpenFirst, _result) + sizeof(void*));
+  using WithKey = Persist::Table::Req::Api::CreateRecordWithKeyPayload;
+  EXPECT_EQ(sizeof(WithKey), offsetof(WithKey, _result) + sizeof(void*));
+  using CreateRecord = Persist::Table::Req::Api::CreateRecordPayload;
+  EXPECT_EQ(sizeof(CreateRecord), offsetof(CreateRecord, _result) + sizeof(void*));
+  // Padding may follow the result of these.
+  using Read = Persist::Record::Req::Api::ReadPayload;
+  EXPECT_LT(sizeof(Read), offsetof(Read, _result) + sizeof(unsigned int) + alignof(Read));
+  using Write = Persist::Record::Req::Api::WritePayload;
+  EXPECT_LT(sizeof(Write), offsetof(Write, _result) + sizeof(unsigned int) + alignof(Write));
+}
+
+TEST(InterfaceOrderTest, ComposerHoldsItsObjectThenTheOperation) {
+  class Reader {
+   public:
+    bool read(Database::Table::RecordApi& /*record*/) { return true; }
+  };
+  using Composer = Database::Table::Composer<Reader>;
+  Reader reader;
+  const Composer composer(reader, &Reader::read);
+  EXPECT_EQ(TestSupport::pointerAt(composer, 1), &reader);
+  EXPECT_EQ(sizeof(Composer), 2 * sizeof(void*) + sizeof(&Reader::read));
+}
+
 TEST(InterfaceOrderTest, PayloadsWithoutArgumentsAreEmpty) {
   EXPECT_TRUE(std::is_empty_v<Persist::Commit::Req::Api::IncrInhibitPayload>);
   EXPECT_TRUE(std::is_empty_v<Persist::Commit::Req::Api::DecrInhibitPayload>);
