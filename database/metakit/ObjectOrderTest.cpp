@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <type_traits>
 #include <vector>
@@ -189,6 +190,46 @@ TEST_F(ObjectOrderTest, RecordOperations) {
 TEST_F(ObjectOrderTest, RecordParts) {
   EXPECT_TRUE(inOrder({offsetOfBase<Handle::Record::Api>(*record), offsetOfBase<RecordReq>(*record),
                        offsetof(Record, _table), offsetof(Record, _sync), offsetof(Record, _key)}));
+}
+
+// ---- All of them ----
+
+template <class Member, class Expected>
+constexpr bool isOfType = std::is_same_v<Member, Expected>;
+
+TEST_F(ObjectOrderTest, MembersHaveTheirTypes) {
+  namespace Persist = Pvn::Database::Persist;
+  EXPECT_TRUE((isOfType<decltype(Service::_sync), Persist::Store::Sync>));
+  EXPECT_TRUE((isOfType<decltype(Service::_commitSync), Persist::Commit::Sync>));
+  EXPECT_TRUE((isOfType<decltype(Service::_storage), c4_Storage*>));
+  EXPECT_TRUE((isOfType<decltype(Service::_commitInhibit), std::int32_t>));
+  EXPECT_TRUE((isOfType<decltype(Service::_commitPending), bool>));
+  EXPECT_TRUE((isOfType<decltype(Db::_service), Service&>));
+  EXPECT_TRUE((isOfType<decltype(Db::_sync), Persist::Db::Sync>));
+  EXPECT_TRUE((isOfType<decltype(Table::_service), Service&>));
+  EXPECT_TRUE((isOfType<decltype(Table::_sync), Persist::Table::Sync>));
+  EXPECT_TRUE((isOfType<decltype(Table::_atomicSync), Handle::Table::Atomic::Sync>));
+  EXPECT_TRUE((isOfType<decltype(Table::_view), c4_View*>));
+  EXPECT_TRUE((isOfType<decltype(Table::_cursor), int>));
+  EXPECT_TRUE((isOfType<decltype(Table::_recordSize), unsigned int>));
+  EXPECT_TRUE((isOfType<decltype(Record::_table), Table&>));
+  EXPECT_TRUE((isOfType<decltype(Record::_sync), Persist::Record::Sync>));
+  EXPECT_TRUE((isOfType<decltype(Record::_key), int>));
+}
+
+/// The size of an object whose last member ends at `end`.
+template <class Object>
+constexpr std::size_t sizeWithEnd(std::size_t end) {
+  return (end + alignof(Object) - 1) / alignof(Object) * alignof(Object);
+}
+
+TEST_F(ObjectOrderTest, NothingFollowsTheLastMember) {
+  EXPECT_EQ(sizeof(Service),
+            sizeWithEnd<Service>(offsetof(Service, _commitPending) + sizeof(bool)));
+  EXPECT_EQ(sizeof(Db), sizeWithEnd<Db>(offsetof(Db, _sync) + sizeof Db::_sync));
+  EXPECT_EQ(sizeof(Table),
+            sizeWithEnd<Table>(offsetof(Table, _recordSize) + sizeof Table::_recordSize));
+  EXPECT_EQ(sizeof(Record), sizeWithEnd<Record>(offsetof(Record, _key) + sizeof Record::_key));
 }
 
 }  // namespace
