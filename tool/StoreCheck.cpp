@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 
 #include "posix/StandardDescriptors.h"
@@ -101,11 +102,14 @@ constexpr mode_t allPermissions = 0777;
 /// replaces it, between stat() and unlink(), its data is lost. The system has no call that could
 /// prevent that.
 void removeCreatedInfile(const char* path) {
+  // INFILE may be a link, which stays.
+  char* const target = ::realpath(path, nullptr);
   struct stat found = {};
-  if (::lstat(path, &found) == 0 && S_ISREG(found.st_mode) && found.st_size == 0 &&
-      (found.st_mode & allPermissions) == 0) {
-    ::unlink(path);
+  if (target != nullptr && ::lstat(target, &found) == 0 && S_ISREG(found.st_mode) &&
+      found.st_size == 0 && (found.st_mode & allPermissions) == 0) {
+    ::unlink(target);
   }
+  std::free(target);
 }
 
 void requireSound(const Service& service, const char* argument, const char* path, int flags) {

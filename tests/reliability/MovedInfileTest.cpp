@@ -35,7 +35,8 @@ class MovedInfileTest : public Trial {
     if (from == other) {
       writeFile(other, replacement);
     }
-    outcome = convert({{"TRIAL_MOVE", std::to_string(call) + ',' + from + ',' + to}});
+    outcome = run({HISTORY_CONVERT, argument, "0", outfile, "1"},
+                  {{"TRIAL_MOVE", std::to_string(call) + ',' + from + ',' + to}});
     EXPECT_NE(::access(from.c_str(), F_OK), 0) << "the program made fewer calls";
   }
 
@@ -57,6 +58,8 @@ class MovedInfileTest : public Trial {
   const GoldenFile& golden = goldenFile("zones-only.mk");
   const std::string original = readFile(golden.path);
   const std::string other = folder.path("other.mk");
+  /// Names INFILE.
+  std::string argument = infile;
   std::string replacement;
   Outcome outcome;
 };
@@ -72,6 +75,22 @@ TEST_F(MovedInfileTest, IsReportedWhenItIsRenamed) {
     reports += expectReportOrConversion() ? 1 : 0;
     EXPECT_NE(::access(infile.c_str(), F_OK), 0) << "no file is created in its place";
     EXPECT_TRUE(readFile(other) == original);
+  }
+  EXPECT_GT(reports, 2);
+}
+
+TEST_F(MovedInfileTest, IsReportedWhenItIsRenamedBehindALink) {
+  argument = folder.path("link.mk");
+  otherEntries.emplace_back("link.mk");
+  ASSERT_EQ(::symlink(infile.c_str(), argument.c_str()), 0);
+  int reports = 0;
+  for (int call = 1; call <= calls; ++call) {
+    SCOPED_TRACE(call);
+    convertWithMove(call, infile, other);
+    reports += expectReportOrConversion() ? 1 : 0;
+    EXPECT_NE(::access(infile.c_str(), F_OK), 0) << "no file is created in its place";
+    struct stat link = {};
+    EXPECT_EQ(::lstat(argument.c_str(), &link), 0) << "the link is kept";
   }
   EXPECT_GT(reports, 2);
 }
