@@ -14,10 +14,9 @@
 #include <string_view>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 #include "companion/FileJobs.h"
 #include "companion/Inspection.h"
+#include "companion/Json.h"
 #include "companion/Layout.h"
 #include "companion/Printable.h"
 #include "companion/Value.h"
@@ -340,13 +339,6 @@ std::string textOf(const std::string& path, Findings& findings) {
   return text + '\n';
 }
 
-using Json = nlohmann::ordered_json;
-
-/// A line; whatever is no UTF-8 is replaced.
-std::string lineOf(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
-}
-
 std::string jsonOf(const std::string& path, Findings& findings) {
   Json json = {{"file", path},
                {"errors", findings.errors()},
@@ -356,7 +348,7 @@ std::string jsonOf(const std::string& path, Findings& findings) {
     json["findings"].push_back(
         {{"severity", severityOf(finding)}, {"where", finding.where}, {"what", finding.what}});
   }
-  return lineOf(json);
+  return jsonText(json);
 }
 
 }  // namespace
@@ -376,7 +368,7 @@ Status check(const CheckOptions& options, Console& console) {
     return outcome;
   };
   const auto trouble = [&](const std::string& path, const std::string& message) {
-    return options.json && !options.quiet ? lineOf({{"file", path}, {"trouble", message}})
+    return options.json && !options.quiet ? jsonText({{"file", path}, {"trouble", message}})
                                           : std::string();
   };
   return workOnFiles(options.files, options.jobs, !options.quiet, work, trouble, console);

@@ -54,7 +54,9 @@ class CommandLine {
       if (!isHelp) {
         std::string text = messages.str();
         text.erase(text.find_last_not_of('\n') + 1);
-        _console.tell(text);
+        // The last line says where help is.
+        const std::size_t end = text.rfind('\n');
+        _console.tell(text.substr(0, end), end == std::string::npos ? "" : text.substr(end + 1));
       }
       _console.finish();
       return isHelp ? Status::Fine : Status::Trouble;

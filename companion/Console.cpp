@@ -7,6 +7,7 @@
 
 #include <cerrno>
 
+#include "companion/Printable.h"
 #include "companion/Trouble.h"
 
 namespace Companion {
@@ -25,12 +26,17 @@ void Console::print(std::string_view text) {
   }
 }
 
-void Console::tell(const std::string& message) {
+void Console::printLine(const std::string& line) {
+  print(escaped(line) + "\n");
+}
+
+void Console::tell(const std::string& message, const std::string& advice) {
   progress("");
   if (message.empty()) {
     return;
   }
-  const std::string line = "history-db: " + message + "\n";
+  const std::string line =
+      "history-db: " + escaped(message) + "\n" + (advice.empty() ? "" : advice + "\n");
   std::fwrite(line.data(), 1, line.size(), _messages);
 }
 

@@ -16,12 +16,16 @@ class Console {
   /// Both must outlive this object.
   Console(std::FILE* output, std::FILE* messages) : _output(output), _messages(messages) {}
 
-  /// Writes a result as it is. Throws Trouble when it cannot be written, without a text when that
-  /// is because nobody reads it any more.
+  /// Writes a result as it is: a document whose format has its own escapes. Throws Trouble when it
+  /// cannot be written, without a text when that is because nobody reads it any more.
   void print(std::string_view text);
 
-  /// Writes a message on a line of its own, behind "history-db: "; none when it is empty.
-  void tell(const std::string& message);
+  /// Writes a line of text as a result, escaped: it may hold names of files.
+  void printLine(const std::string& line);
+
+  /// Writes a message on a line of its own, after "history-db: "; none when it is empty. It is
+  /// escaped, as it may hold names of files. `advice` is a second line.
+  void tell(const std::string& message, const std::string& advice = "");
 
   /// Replaces the line that tells how far a long run is; an empty one takes it away. Silent unless
   /// messages go to a terminal.

@@ -29,6 +29,14 @@ TEST_F(ConsoleTest, KeepsResultsAndMessagesApart) {
   EXPECT_EQ(heard.messages(), "history-db: Something is odd.\n");
 }
 
+TEST_F(ConsoleTest, EscapesLinesAndMessages) {
+  console.printLine("a\x1b[2J\nb");
+  console.tell("c\nd\u202e", "Run with --help");
+  console.finish();
+  EXPECT_EQ(heard.output(), "a\\x1b[2J\\x0ab\n");
+  EXPECT_EQ(heard.messages(), "history-db: c\\x0ad\\xe2\\x80\\xae\nRun with --help\n");
+}
+
 TEST_F(ConsoleTest, HasNothingToTellWithoutWords) {
   console.tell("");
   EXPECT_EQ(heard.messages(), "");

@@ -11,19 +11,16 @@
 #include <map>
 #include <optional>
 
-#include <nlohmann/json.hpp>
-
 #include "companion/Database.h"
 #include "companion/FileJobs.h"
 #include "companion/Inspection.h"
+#include "companion/Json.h"
 #include "companion/Layout.h"
 #include "companion/Printable.h"
 
 namespace Companion {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 /// How many of the sizes that no record has are told.
 constexpr std::size_t mostSizes = 10;
@@ -227,11 +224,11 @@ Json toJson(const Inspection& inspection) {
   return json;
 }
 
-/// A line; whatever is no UTF-8 is replaced.
+/// A line.
 std::string lineOf(const std::string& path, const Json& facts) {
   Json json = {{"file", path}};
   json.update(facts);
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+  return jsonText(json);
 }
 
 Status statusOf(const Inspection& inspection) {

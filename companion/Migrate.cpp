@@ -153,7 +153,7 @@ class Migration {
  private:
   void tell(const std::string& line) {
     if (!_options.quiet) {
-      _console.print(line + "\n");
+      _console.printLine(line);
     }
   }
 

@@ -15,7 +15,9 @@ TEST(PrintableTest, TextStaysAsItIs) {
   EXPECT_EQ(printable(""), "");
   EXPECT_EQ(printable("history 2"), "history 2");
   // Characters of two, three and four bytes, the first and the last of each.
-  const std::string characters = "\u00a0\u07ff\u0800\ud7ff\ue000\uffff\U00010000\U0010ffff";
+  const std::string characters =
+      "\u00a0\u07ff\u0800\ud7ff\ue000\uffff\U00010000\U0010ffff"
+      "\u061b\u200d\u2010\u2029\u202f\u2065\u206a";
   EXPECT_EQ(printable(characters), characters);
 }
 
@@ -36,10 +38,24 @@ TEST(PrintableTest, WhatIsNoneIsEscaped) {
       {"\xf4\x90\x80\x80", "\\xf4\\x90\\x80\\x80"},  // past the last
       {"\xe2\x82", "\\xe2\\x82"},                    // cut off
       {"\xe2\x82x", "\\xe2\\x82x"},
+      // They change the direction of the text.
+      {"\u061c", "\\xd8\\x9c"},
+      {"\u200e", "\\xe2\\x80\\x8e"},
+      {"\u200f", "\\xe2\\x80\\x8f"},
+      {"\u202a", "\\xe2\\x80\\xaa"},
+      {"\u202e", "\\xe2\\x80\\xae"},
+      {"\u2066", "\\xe2\\x81\\xa6"},
+      {"\u2069", "\\xe2\\x81\\xa9"},
   };
   for (const auto& [text, printed] : cases) {
     EXPECT_EQ(printable(text), printed);
   }
+}
+
+TEST(PrintableTest, EscapingTwiceChangesNothing) {
+  const std::string once = Companion::escaped("a\\b\x1b[2J\u202e");
+  EXPECT_EQ(once, "a\\b\\x1b[2J\\xe2\\x80\\xae");
+  EXPECT_EQ(Companion::escaped(once), once);
 }
 
 TEST(PrintableTest, LongOneIsCut) {

@@ -8,16 +8,14 @@
 #include <memory>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
+#include "companion/Json.h"
 #include "companion/NewFile.h"
 #include "companion/Proof.h"
 
 namespace Companion {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 /// Of the layout of receipts, which docs/history-db.md describes. To be changed with it.
 constexpr int receiptVersion = 1;
@@ -78,8 +76,7 @@ std::string documentOf(const Proof& proof) {
                      {"tables", listOf(comparison.tables)},
                      {"told", listOf(comparison.told)},
                      {"notes", comparison.notes}};
-  // A path may be no UTF-8.
-  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+  return jsonText(json, 2);
 }
 
 /// A receipt in the making. Throws Trouble when it would take the place of a file that is read.
@@ -113,10 +110,10 @@ Status verify(const VerifyOptions& options, Console& console) {
     console.print(documentOf(proof));
   } else if (!options.quiet) {
     console.print(textOf(comparison));
-    console.print(
+    console.printLine(
         comparison.isEqual()
-            ? fmt::format("{} holds every value of {}.\n", options.converted, options.original)
-            : fmt::format("{} is not what {} converts to; differences {}.\n", options.converted,
+            ? fmt::format("{} holds every value of {}.", options.converted, options.original)
+            : fmt::format("{} is not what {} converts to; differences {}.", options.converted,
                           options.original, comparison.differences));
   }
   return comparison.isEqual() ? Status::Fine : Status::Findings;
