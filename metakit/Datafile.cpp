@@ -42,8 +42,9 @@ Mark markAt(File& file, std::int64_t offset) {
 
 }  // namespace
 
-Datafile::Datafile(const char* path, bool write) {
-  auto file = openFile(path, write);
+Datafile::Datafile(const char* path, bool write) : Datafile(openFile(path, write)) {}
+
+Datafile::Datafile(std::unique_ptr<File> file) {
   _valid = file != nullptr && load(std::move(file));
   if (!_valid) {
     _source = nullptr;

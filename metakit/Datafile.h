@@ -24,6 +24,8 @@ class Datafile {
  public:
   /// Opens the file at once. With `write` a missing one is created.
   Datafile(const char* path, bool write);
+  /// Takes ownership of a file that is open; null is one that cannot be opened.
+  explicit Datafile(std::unique_ptr<File> file);
   ~Datafile();
   Datafile(const Datafile&) = delete;
   Datafile& operator=(const Datafile&) = delete;

@@ -48,6 +48,14 @@ std::unique_ptr<File> PosixFile::open(const char* path, bool write) {
     writable = false;
     descriptor = openAboveStandardError(path, O_RDONLY | flags);
   }
+  return adopt(descriptor, writable);
+}
+
+std::unique_ptr<File> PosixFile::share(int descriptor, bool writable) {
+  return adopt(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1), writable);
+}
+
+std::unique_ptr<File> PosixFile::adopt(int descriptor, bool writable) {
   struct stat status = {};
   if (descriptor < 0) {
     return nullptr;

@@ -21,6 +21,10 @@ class PosixFile : public File {
   /// A `FileOpener` for the operating system's files. Anything but a regular file is refused.
   static std::unique_ptr<File> open(const char* path, bool write);
 
+  /// The file that a descriptor is open for, for writing as well if `writable` is set. The caller
+  /// keeps its descriptor. Null when there is no other one.
+  static std::unique_ptr<File> share(int descriptor, bool writable);
+
   ~PosixFile() override;
   PosixFile(const PosixFile&) = delete;
   PosixFile& operator=(const PosixFile&) = delete;
@@ -39,6 +43,8 @@ class PosixFile : public File {
     std::uint8_t* start;
     std::size_t size;
   };
+
+  static std::unique_ptr<File> adopt(int descriptor, bool writable);
 
   PosixFile(int descriptor, bool writable, std::int64_t length)
       : _descriptor(descriptor), _writable(writable), _length(length) {}

@@ -177,6 +177,20 @@ std::string openedWithout(unsigned closed, const std::function<void()>& open) {
       .standardOutput;
 }
 
+/// Whatever becomes of the name, and of the descriptor that it was opened by.
+TEST_F(PosixFileTest, SharesADescriptor) {
+  const int descriptor = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+  const auto shared = PosixFile::share(descriptor, true);
+  ASSERT_NE(shared, nullptr);
+  ::close(descriptor);
+  ASSERT_EQ(::unlink(path.c_str()), 0);
+  EXPECT_EQ(shared->write(0, "text", 4), 0);
+  EXPECT_EQ(shared->length(), 4);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(shared->bytes(0, 4)), 4), "text");
+  EXPECT_TRUE(shared->writable());
+  EXPECT_EQ(PosixFile::share(descriptor, false), nullptr);
+}
+
 TEST_F(PosixFileTest, KeepsTheStandardDescriptorsFree) {
   std::unique_ptr<Metakit::File> other;
   for (unsigned closed = 0; closed < 8; ++closed) {
