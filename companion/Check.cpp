@@ -306,10 +306,10 @@ Findings findingsOf(const Inspection& inspection) {
   return findings;
 }
 
-Findings findingsOf(const std::string& path) {
-  const Inspection inspection = inspect(path);
+Findings findingsOf(const InputFile& file) {
+  const Inspection inspection = inspect(file);
   if (inspection.state == FileState::NoDatafile) {
-    throw Trouble(path + ": It is no database: " + inspection.faults.front().what + '.');
+    throw Trouble(file.name() + ": It is no database: " + inspection.faults.front().what + '.');
   }
   return findingsOf(inspection);
 }
@@ -353,13 +353,13 @@ std::string jsonOf(const std::string& path, Findings& findings) {
 
 }  // namespace
 
-std::vector<Finding> findingsIn(const std::string& path) {
-  return std::move(findingsOf(path).first());
+std::vector<Finding> findingsIn(const InputFile& file) {
+  return std::move(findingsOf(file).first());
 }
 
 Status check(const CheckOptions& options, Console& console) {
   const auto work = [&](const std::string& path) {
-    Findings findings = findingsOf(path);
+    Findings findings = findingsOf(InputFile(path));
     FileOutcome outcome;
     outcome.status = findings.count() > 0 ? Status::Findings : Status::Fine;
     if (!options.quiet) {

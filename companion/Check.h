@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "companion/Console.h"
+#include "companion/InputFile.h"
 #include "companion/Trouble.h"
 
 namespace Companion {
@@ -30,7 +31,7 @@ constexpr std::size_t mostFindings = 1000;
 
 /// What is wrong with a file: its structure, its tables, its records. The errors come first; of all
 /// together no more than `mostFindings`. Throws Trouble when it cannot be read or is no datafile.
-std::vector<Finding> findingsIn(const std::string& path);
+std::vector<Finding> findingsIn(const InputFile& file);
 
 /// What check() is to look at, and how.
 struct CheckOptions {

@@ -67,7 +67,7 @@ class CheckTest : public ::testing::Test {
 
   std::string findings() const {
     std::string text;
-    for (const Companion::Finding& finding : Companion::findingsIn(path)) {
+    for (const Companion::Finding& finding : Companion::findingsIn(Companion::InputFile(path))) {
       text += (finding.isError ? "error: " : "warning: ") + finding.where +
               (finding.where.empty() ? "" : ": ") + finding.what + '\n';
     }
@@ -244,7 +244,7 @@ TEST_F(CheckTest, BoundsWhatItTells) {
     rows.push_back({key, ""});
   }
   make("ZoneHistory", rows);
-  EXPECT_EQ(Companion::findingsIn(path).size(), Companion::mostFindings);
+  EXPECT_EQ(Companion::findingsIn(Companion::InputFile(path)).size(), Companion::mostFindings);
   const Outcome outcome = check({path});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(std::count(outcome.standardOutput.begin(), outcome.standardOutput.end(), '\n'), 1001);

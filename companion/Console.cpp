@@ -35,9 +35,15 @@ void Console::tell(const std::string& message, const std::string& advice) {
   if (message.empty()) {
     return;
   }
-  const std::string line =
-      "history-db: " + escaped(message) + "\n" + (advice.empty() ? "" : advice + "\n");
-  std::fwrite(line.data(), 1, line.size(), _messages);
+  passOn("history-db: " + message);
+  if (!advice.empty()) {
+    passOn(advice);
+  }
+}
+
+void Console::passOn(const std::string& line) {
+  const std::string text = escaped(line) + "\n";
+  std::fwrite(text.data(), 1, text.size(), _messages);
 }
 
 void Console::progress(const std::string& line) {

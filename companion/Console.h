@@ -27,6 +27,9 @@ class Console {
   /// escaped, as it may hold names of files. `advice` is a second line.
   void tell(const std::string& message, const std::string& advice = "");
 
+  /// Writes a message of another program on a line of its own, escaped.
+  void passOn(const std::string& line);
+
   /// Replaces the line that tells how far a long run is; an empty one takes it away. Silent unless
   /// messages go to a terminal.
   void progress(const std::string& line);

@@ -5,15 +5,22 @@
 
 #include <string>
 
+#include "companion/Console.h"
+#include "companion/NewFile.h"
+
 namespace Companion {
 
 /// The program history-convert: `given` when that is not empty, else the one in the folder of this
-/// program, else the one in PATH. Throws Trouble when there is none.
+/// program, or in the folder where programs are installed when the own folder is not known, else
+/// the one in PATH. Folders in PATH that are relative are left out: anybody may have put a program
+/// there. Throws Trouble when there is none.
 std::string findConverter(const std::string& given);
 
-/// Has it convert `original` from schema 0 to `converted` of schema 1, and waits for its end. What
-/// it tells on standard error is seen. Throws Trouble unless it says that all went well.
-void convert(const std::string& converter, const std::string& original,
-             const std::string& converted);
+/// Has it convert `original` from schema 0 to `converted` of schema 1, and waits for its end. It
+/// works in the private folder of `converted`. What it prints on standard error goes to the
+/// console, escaped. Throws Trouble unless it says that all went well. A signal that ends this
+/// process ends the converter as well.
+void convert(const std::string& converter, const std::string& original, const NewFile& converted,
+             Console& console);
 
 }  // namespace Companion

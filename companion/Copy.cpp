@@ -92,25 +92,22 @@ void fill(Sequence& to, const Sequence& from) {
   }
 }
 
-void copyAll(const Sequence& root, const std::string& path) {
-  Metakit::Datafile file(path.c_str(), true);
-  if (!file.isValid()) {
-    throw Trouble(path + ": It cannot be opened for writing.");
-  }
+void copyAll(const Sequence& root, const NewFile& newFile) {
+  Metakit::Datafile file(newFile.open());
   Sequence& copy = *file.root();
   copy.restructure(root.structure().clone());
   copy.remove(0, copy.rows());
   fill(copy, root);
   const int error = file.commit();
   if (error != 0) {
-    throwError(path, "It cannot be written", error);
+    throwError(newFile.path(), "It cannot be written", error);
   }
 }
 
 // ---- Others ----
 
-void copyRows(const Inspection& inspection, const std::string& path) {
-  NewDatabase copy(path);
+void copyRows(const Inspection& inspection, const NewFile& newFile) {
+  NewDatabase copy(newFile);
   for (const InspectedTable& table : inspection.tables) {
     if (!table.hasColumns) {
       continue;
@@ -209,7 +206,7 @@ void tellTables(const Inspection& inspection, const std::string& file, Console& 
 }
 
 /// Copies what can be had of a file that nobody opens.
-void salvage(const Inspection& last, const std::string& file, const std::string& copy,
+void salvage(const Inspection& last, const std::string& file, const NewFile& copy,
              Console& console) {
   const std::string is = fmt::format("{}: It is {}: {}: {}.", file, nameOf(last.state),
                                      last.faults.front().where, last.faults.front().what);
@@ -265,13 +262,13 @@ Status copy(const CopyOptions& options, Console& console) {
   switch (last.state) {
     case FileState::Whole:
     case FileState::CutOff:
-      copyAll(*rootOf(file, *last.commit), copy.temporaryPath());
+      copyAll(*rootOf(file, *last.commit), copy);
       break;
     case FileState::Empty:
       // A file of no bytes is one without tables.
       break;
     default:
-      salvage(last, file, copy.temporaryPath(), console);
+      salvage(last, file, copy, console);
   }
   copy.finish();
   if (last.state == FileState::CutOff) {

@@ -4,6 +4,7 @@
 #include "companion/Copy.h"
 
 #include <mk4.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -182,6 +183,18 @@ TEST_F(CopyTest, IsNeverTheFileItself) {
         (Outcome{2, "", "history-db: " + other + ": It is the file that is to be copied.\n"}));
   }
   EXPECT_EQ(readFile(path), readFile(goldenFile("zones-only.mk").path));
+}
+
+TEST_F(CopyTest, ReportsAFullDeviceWithTheNameOfTheCopy) {
+  const Outcome outcome = TestSupport::inChild([&] {
+    const rlimit limit = {1000, 1000};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    TestSupport::execute({HISTORY_DB, "copy", goldenFile("typical.mk").path, newPath});
+  });
+  EXPECT_EQ(
+      outcome,
+      (Outcome{2, "", "history-db: " + newPath + ": It cannot be written. File too large.\n"}));
+  EXPECT_FALSE(std::filesystem::exists(newPath));
 }
 
 TEST_F(CopyTest, LeavesNothingWhenNothingCanBeRead) {

@@ -3,34 +3,14 @@
 
 #include "companion/Database.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-
 #include "companion/Trouble.h"
 #include "metakit/Column.h"
 #include "metakit/Datafile.h"
+#include "metakit/File.h"
 #include "metakit/Sequence.h"
 #include "metakit/Structure.h"
 
 namespace Companion {
-
-void checkThatItCanBeRead(const std::string& path) {
-  struct stat status = {};
-  if (::stat(path.c_str(), &status) != 0) {
-    throwError(path, "It cannot be opened", errno);
-  }
-  if (!S_ISREG(status.st_mode)) {
-    throw Trouble(path + ": It is no regular file.");
-  }
-  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (descriptor < 0) {
-    throwError(path, "It cannot be opened", errno);
-  }
-  ::close(descriptor);
-}
 
 namespace {
 
@@ -50,11 +30,12 @@ void read(Metakit::Datafile& file, Table& table) {
 
 }  // namespace
 
-Database::Database(const std::string& path) {
-  checkThatItCanBeRead(path);
-  _file = std::make_unique<Metakit::Datafile>(path.c_str(), false);
+Database::Database(const std::string& path) : Database(InputFile(path)) {}
+
+Database::Database(const InputFile& file)
+    : _file(std::make_unique<Metakit::Datafile>(file.open())) {
   if (!_file->isValid()) {
-    throw Trouble(path + ": It is no database, or damaged; \"history-db info\" tells more.");
+    throw Trouble(file.name() + ": It is no database, or damaged; \"history-db info\" tells more.");
   }
   for (std::size_t i = 0; i < tableNames.size(); ++i) {
     _tables[i].name = tableNames[i];

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "companion/InputFile.h"
 #include "companion/Layout.h"
 
 namespace Metakit {
@@ -47,10 +48,6 @@ struct Table {
   std::vector<Row> rows;
 };
 
-/// Throws Trouble that tells what keeps a file from being opened for reading, which a storage does
-/// not.
-void checkThatItCanBeRead(const std::string& path);
-
 /// A history database that is read: its tables as the last commit left them. It never writes to the
 /// file. One thread at a time.
 class Database {
@@ -58,6 +55,7 @@ class Database {
   /// Opens the file and lists the rows. Throws Trouble when it cannot be opened, is no database or
   /// is damaged. A file of length 0 has no tables.
   explicit Database(const std::string& path);
+  explicit Database(const InputFile& file);
   ~Database();
   Database(const Database&) = delete;
   Database& operator=(const Database&) = delete;

@@ -3,24 +3,15 @@
 
 #include "companion/Descriptor.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 
-#include "companion/Trouble.h"
-
 namespace Companion {
 
-Descriptor::Descriptor(const std::string& path)
-    : _descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
-  if (_descriptor < 0) {
-    throwError(path, "It cannot be opened", errno);
-  }
-}
-
-Descriptor::~Descriptor() {
-  ::close(_descriptor);
+int Descriptor::close() {
+  const int descriptor = std::exchange(_descriptor, -1);
+  return descriptor < 0 || ::close(descriptor) == 0 ? 0 : errno;
 }
 
 }  // namespace Companion

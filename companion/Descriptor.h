@@ -3,23 +3,32 @@
 
 #pragma once
 
-#include <string>
+#include <utility>
 
 namespace Companion {
 
-/// A file that is open for reading as long as this object lives. One thread at a time.
+/// Owns a file descriptor and closes it. One thread at a time.
 class Descriptor {
  public:
-  /// Throws Trouble when it cannot be opened.
-  explicit Descriptor(const std::string& path);
-  ~Descriptor();
+  /// Takes ownership of the descriptor; a negative number is none.
+  explicit Descriptor(int descriptor) : _descriptor(descriptor) {}
+  ~Descriptor() { close(); }
+  Descriptor(Descriptor&& other) noexcept : _descriptor(std::exchange(other._descriptor, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(_descriptor, other._descriptor);
+    return *this;
+  }
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
 
+  bool isOpen() const { return _descriptor >= 0; }
   int get() const { return _descriptor; }
 
+  /// Returns 0, or the C library's number of the error.
+  int close();
+
  private:
-  const int _descriptor;
+  int _descriptor;
 };
 
 }  // namespace Companion

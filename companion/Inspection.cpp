@@ -718,14 +718,17 @@ std::int64_t Inspection::knownRows() const {
 }
 
 Inspection inspect(const std::string& path) {
-  checkThatItCanBeRead(path);
-  const std::shared_ptr<File> file = Metakit::openFile(path.c_str(), false);
+  return inspect(InputFile(path));
+}
+
+Inspection inspect(const InputFile& input) {
+  const std::shared_ptr<File> file = input.open();
   const std::uint8_t* bytes = nullptr;
-  if (file != nullptr && file->length() > 0) {
+  if (file->length() > 0) {
     bytes = file->bytes(0, static_cast<std::size_t>(file->length()));
-  }
-  if (file == nullptr || (file->length() > 0 && bytes == nullptr)) {
-    throw Trouble(path + ": It cannot be read.");
+    if (bytes == nullptr) {
+      throw Trouble(input.name() + ": It cannot be read.");
+    }
   }
   Inspection inspection = begun(file, bytes);
   if (const auto commit = lastCommit(inspection)) {

@@ -123,6 +123,7 @@ struct Inspection {
 };
 
 /// Inspects a file. Throws Trouble when it cannot be read.
+Inspection inspect(const InputFile& file);
 Inspection inspect(const std::string& path);
 
 /// Looks for what else can be had of a file whose last commit is damaged or lost, from the end

@@ -3,15 +3,16 @@
 
 #include "companion/KeptOriginal.h"
 
-#include <sys/stat.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <string_view>
 
-#include "companion/Descriptor.h"
-#include "companion/Proof.h"
+#include "companion/Attributes.h"
 #include "companion/Sha256.h"
 #include "companion/Trouble.h"
 
@@ -19,23 +20,26 @@ namespace Companion {
 
 namespace {
 
-/// Whether both files have the same bytes.
-bool isCopy(const std::string& file, const struct stat& status, const std::string& other) {
-  return S_ISREG(status.st_mode) && regularFile(file).st_size == status.st_size &&
-         sha256OfFile(file) == sha256OfFile(other);
+/// The name with the suffix; the end of a name that leaves no room for it is cut off.
+std::string keptNameOf(const std::string& name) {
+  constexpr std::string_view suffix = ".schema0";
+  constexpr std::size_t room = NAME_MAX - suffix.size();
+  if (name.size() <= room) {
+    return name + suffix.data();
+  }
+  // A name that ends with the suffix must not become itself.
+  std::size_t size = room - 1;
+  // A character of UTF-8 is not divided.
+  while (size > 1 && (static_cast<unsigned char>(name[size]) & 0xC0U) == 0x80) {
+    --size;
+  }
+  return name.substr(0, size).append(suffix);
 }
 
-/// Appends all that a file holds to a new one.
-void append(const std::string& from, NewFile& to) {
-  const Descriptor file(from);
-  std::array<char, 65536> buffer{};
-  ssize_t size = 0;
-  while ((size = ::read(file.get(), buffer.data(), buffer.size())) > 0) {
-    to.write({buffer.data(), static_cast<std::size_t>(size)});
-  }
-  if (size < 0) {
-    throwError(from, "It cannot be read", errno);
-  }
+/// Whether both files have the same bytes.
+bool isCopy(const InputFile& file, const InputFile& other) {
+  return file.status().st_size == other.status().st_size &&
+         sha256OfFile(file) == sha256OfFile(other);
 }
 
 /// Whether that says that the file system has no second names, or none for such a file.
@@ -45,80 +49,114 @@ bool isWithoutLinks(int error) {
 
 }  // namespace
 
-KeptOriginal::KeptOriginal(const std::string& file, bool force)
-    : _file(file), _path(file + ".schema0"), _inode(regularFile(file).st_ino) {
-  struct stat status = {};
-  if (::lstat(_path.c_str(), &status) != 0) {
+KeptOriginal::KeptOriginal(const Folder& folder, const std::string& name, const InputFile& original,
+                           bool force)
+    : _folder(folder),
+      _name(name),
+      _original(original),
+      _keptName(keptNameOf(name)),
+      _path(original.name().substr(0, original.name().size() - name.size()) + _keptName),
+      _private(folder, original.name()),
+      _older(folder.find(_keptName)) {
+  if (!_older) {
     return;
   }
-  _isKept = isCopy(_file, status, _path);
-  if (_isKept) {
-    return;
+  if (!S_ISREG(_older->st_mode)) {
+    throw Trouble(_path + ": It is not a regular file and is not replaced.");
   }
-  if (!force) {
-    throw Trouble(_path + ": It exists, and is no copy of " + _file + "; --force replaces it.");
+  if (!force && !isCopy(_original, openIn(folder, _keptName, _path))) {
+    throw Trouble(_path + ": It exists, and is no copy of " + _original.name() +
+                  "; --force replaces it.");
   }
-  _older = std::make_unique<NewFile>(_path, true);
 }
 
 void KeptOriginal::keep() {
-  if (_isKept) {
-    return;
+  prepare();
+  if (_older) {
+    setAside();
   }
-  if (_older != nullptr) {
-    if (::rename(_path.c_str(), _older->temporaryPath().c_str()) != 0) {
-      throwError(_path, "It cannot be replaced", errno);
-    }
-    _isAside = true;
-  }
-  if (::link(_file.c_str(), _path.c_str()) == 0) {
-    _isMade = true;
-    flushFolder(folderOf(_path));
-  } else if (isWithoutLinks(errno)) {
-    copy();
-  } else {
-    throwError(_path, "It cannot be created", errno);
-  }
-}
-
-void KeptOriginal::copy() {
-  NewFile file(_path, false);
-  append(_file, file);
-  giveOwnerAndMode(_file, file.temporaryPath());
-  try {
-    file.finish();
-  } catch (const Trouble&) {
-    _isMade = file.temporaryPath().empty();
-    throw;
+  const int error = renameToNew(_private.descriptor(), fresh, _folder.descriptor(), _keptName);
+  if (error != 0) {
+    throwError(_path, "It cannot be created", error);
   }
   _isMade = true;
+  _folder.flush();
 }
 
-bool KeptOriginal::putBack() {
+void KeptOriginal::prepare() const {
+  if (::linkat(_folder.descriptor(), _name.c_str(), _private.descriptor(), fresh, 0) != 0) {
+    if (!isWithoutLinks(errno)) {
+      throwError(_path, "It cannot be created", errno);
+    }
+    copy();
+    return;
+  }
   struct stat status = {};
-  const bool isReplaced = ::stat(_file.c_str(), &status) != 0 || status.st_ino != _inode;
-  if (isReplaced) {
-    if (::rename(_path.c_str(), _file.c_str()) != 0) {
+  if (::fstatat(_private.descriptor(), fresh, &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+      !isSameFile(status, _original.status())) {
+    throw Trouble(_original.name() + ": Somebody has changed it meanwhile.");
+  }
+  // Who wrote it may have left that to the system.
+  if (::fsync(_original.descriptor()) != 0) {
+    throwError(_original.name(), "It cannot be written", errno);
+  }
+}
+
+void KeptOriginal::copy() const {
+  Descriptor file = _private.create(fresh);
+  std::array<char, 65536> buffer{};
+  ssize_t size = 0;
+  for (off_t at = 0;
+       (size = ::pread(_original.descriptor(), buffer.data(), buffer.size(), at)) > 0;) {
+    const ssize_t written = ::pwrite(file.get(), buffer.data(), static_cast<std::size_t>(size), at);
+    if (written <= 0) {
+      throwError(_path, "It cannot be written", errno);
+    }
+    at += written;
+  }
+  if (size < 0) {
+    throwError(_original.name(), "It cannot be read", errno);
+  }
+  copyAttributes(_original.descriptor(), file.get(), _original.name());
+  if (::fsync(file.get()) != 0) {
+    throwError(_path, "It cannot be written", errno);
+  }
+  const int error = file.close();
+  if (error != 0) {
+    throwError(_path, "It cannot be written", error);
+  }
+}
+
+void KeptOriginal::setAside() {
+  if (::renameat(_folder.descriptor(), _keptName.c_str(), _private.descriptor(), older) != 0) {
+    throwError(_path, "It cannot be replaced", errno);
+  }
+  _isAside = true;
+  struct stat status = {};
+  if (::fstatat(_private.descriptor(), older, &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+      !isSameFile(status, *_older)) {
+    throw Trouble(_path + ": Somebody has changed it meanwhile.");
+  }
+}
+
+bool KeptOriginal::putBack(const struct stat& replacement) {
+  const int folder = _folder.descriptor();
+  if (_isMade) {
+    struct stat status = {};
+    if (::fstatat(folder, _name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
       return false;
     }
-  } else if (_isMade && ::unlink(_path.c_str()) != 0) {
-    return false;
+    if (isSameFile(status, replacement)) {
+      if (::renameat(folder, _keptName.c_str(), folder, _name.c_str()) != 0) {
+        return false;
+      }
+    } else if (!isSameFile(status, _original.status()) ||
+               ::unlinkat(folder, _keptName.c_str(), 0) != 0) {
+      // The file is another program's: the second name is the only one of the original.
+      return false;
+    }
   }
-  return !_isAside || ::rename(_older->temporaryPath().c_str(), _path.c_str()) == 0;
-}
-
-void giveOwnerAndMode(const std::string& from, const std::string& to) {
-  const struct stat wanted = regularFile(from);
-  const struct stat status = regularFile(to);
-  if ((status.st_uid != wanted.st_uid || status.st_gid != wanted.st_gid) &&
-      ::chown(to.c_str(), wanted.st_uid, wanted.st_gid) != 0) {
-    throwError(from, "Its owner cannot be given to another file", errno);
-  }
-  // Behind that of the owner, which may take some of it away.
-  if (regularFile(to).st_mode != wanted.st_mode &&
-      ::chmod(to.c_str(), wanted.st_mode & 07777) != 0) {
-    throwError(from, "Its mode cannot be given to another file", errno);
-  }
+  return !_isAside || renameToNew(_private.descriptor(), older, folder, _keptName) == 0;
 }
 
 }  // namespace Companion

@@ -3,12 +3,14 @@
 
 #pragma once
 
-#include <sys/types.h>
+#include <sys/stat.h>
 
-#include <memory>
+#include <optional>
 #include <string>
 
-#include "companion/NewFile.h"
+#include "companion/Folder.h"
+#include "companion/InputFile.h"
+#include "companion/PrivateFolder.h"
 
 namespace Companion {
 
@@ -16,8 +18,11 @@ namespace Companion {
 /// thread at a time.
 class KeptOriginal {
  public:
-  /// Throws Trouble when something else has that name, unless `force` is set.
-  KeptOriginal(const std::string& file, bool force);
+  /// For the file `original`, which has the name `name` in `folder`; both must outlive this object.
+  /// Throws Trouble when something else than a copy of it has the second name, unless `force` is
+  /// set and that is a regular file.
+  KeptOriginal(const Folder& folder, const std::string& name, const InputFile& original,
+               bool force);
 
   const std::string& path() const { return _path; }
 
@@ -25,25 +30,29 @@ class KeptOriginal {
   /// it. Throws Trouble when that fails; `putBack` is to be called then as well.
   void keep();
 
-  /// Makes all as it was, whether the file has been replaced meanwhile or not. Tells whether that
-  /// went well; if not, the original still has one of its names.
-  bool putBack();
+  /// Makes all as it was, whether `replacement` has taken the file's name already or not. Returns
+  /// whether that went well; if not, the original still has one of its names.
+  bool putBack(const struct stat& replacement);
 
  private:
-  void copy();
+  /// Its names in the private folder: the file's, and that of what had the second name before.
+  static constexpr const char* fresh = "original";
+  static constexpr const char* older = "older";
 
-  const std::string _file;
+  void prepare() const;
+  void copy() const;
+  void setAside();
+
+  const Folder& _folder;
+  const std::string _name;
+  const InputFile& _original;
+  const std::string _keptName;
   const std::string _path;
-  ino_t _inode = 0;
-  /// Whether the second name is there since a run that was killed.
-  bool _isKept = false;
-  bool _isMade = false;
-  /// A place for what had the second name before.
-  std::unique_ptr<NewFile> _older;
+  const PrivateFolder _private;
+  /// What has the second name before, if anything.
+  std::optional<struct stat> _older;
   bool _isAside = false;
+  bool _isMade = false;
 };
-
-/// Gives a file the owner and mode of another one. Throws Trouble when that fails.
-void giveOwnerAndMode(const std::string& from, const std::string& to);
 
 }  // namespace Companion

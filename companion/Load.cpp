@@ -745,7 +745,7 @@ Status load(const LoadOptions& options, Console& /*console*/) {
     throw Trouble(options.file + ": It is the document itself.");
   }
   NewFile file(options.file, options.force);
-  NewDatabase database(file.temporaryPath(), file.path());
+  NewDatabase database(file);
   Loader(source, database).load();
   database.commit();
   file.finish();

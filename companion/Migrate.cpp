@@ -3,9 +3,8 @@
 
 #include "companion/Migrate.h"
 
-#include <signal.h>
+#include <fcntl.h>
 #include <stdlib.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -18,10 +17,14 @@
 
 #include <fmt/format.h>
 
+#include "companion/Attributes.h"
 #include "companion/Check.h"
+#include "companion/Cleanup.h"
 #include "companion/Converter.h"
 #include "companion/Database.h"
 #include "companion/Descriptor.h"
+#include "companion/Folder.h"
+#include "companion/InputFile.h"
 #include "companion/KeptOriginal.h"
 #include "companion/NewFile.h"
 #include "companion/Proof.h"
@@ -43,45 +46,42 @@ std::string resolved(const std::string& path) {
   return target.get();
 }
 
-/// Keeps a second run off a file as long as this object lives.
+/// Keeps a second run off a file as long as this object lives. It is a write lock: programs that
+/// only read the file do not matter, even if they lock it. Nothing depends on it but the time of
+/// the user: only the very file that was converted is replaced.
 class Lock {
  public:
-  /// Throws Trouble when another run has it.
-  explicit Lock(const std::string& path) : _file(path) {
-    if (::flock(_file.get(), LOCK_EX | LOCK_NB) != 0) {
-      if (errno == EWOULDBLOCK) {
-        throw Trouble(path + ": Another run of \"history-db migrate\" is at work on it.");
-      }
-      throwError(path, "It cannot be locked", errno);
-    }
-    // Another run may have replaced it just before.
+  /// Throws Trouble when another process has locked it for writing.
+  Lock(const Folder& folder, const std::string& name, const InputFile& original)
+      : _file(::openat(folder.descriptor(), name.c_str(),
+                       O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)) {
     struct stat locked = {};
-    if (::fstat(_file.get(), &locked) != 0 || !isSameFile(locked, regularFile(path))) {
-      throw Trouble(path + ": It has just been replaced.");
+    if (!_file.isOpen()) {
+      // One that this user may not write cannot be locked.
+      return;
+    }
+    if (::fstat(_file.get(), &locked) != 0 || !isSameFile(locked, original.status())) {
+      throw Trouble(original.name() + ": It has just been replaced.");
+    }
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    if (::fcntl(_file.get(), F_OFD_SETLK, &lock) == 0) {
+      return;
+    }
+    const int error = errno;
+    if (error != EAGAIN && error != EACCES) {
+      throwError(original.name(), "It cannot be locked", error);
+    }
+    if (::fcntl(_file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type == F_WRLCK) {
+      throw Trouble(original.name() +
+                    ": Another run of \"history-db migrate\", or another program that writes to "
+                    "it, has locked it.");
     }
   }
 
  private:
   const Descriptor _file;
-};
-
-/// Holds back the signals that end the process politely as long as this object lives.
-class PatientSignals {
- public:
-  PatientSignals() {
-    sigset_t polite;
-    ::sigemptyset(&polite);
-    for (const int signal : {SIGHUP, SIGINT, SIGTERM, SIGXCPU}) {
-      ::sigaddset(&polite, signal);
-    }
-    ::sigprocmask(SIG_BLOCK, &polite, &_before);
-  }
-  ~PatientSignals() { ::sigprocmask(SIG_SETMASK, &_before, nullptr); }
-  PatientSignals(const PatientSignals&) = delete;
-  PatientSignals& operator=(const PatientSignals&) = delete;
-
- private:
-  sigset_t _before = {};
 };
 
 /// At least as many bytes as a conversion of the database takes on the way.
@@ -95,16 +95,16 @@ std::uint64_t spaceFor(const Database& database) {
   return size + size / 4 + 65536;
 }
 
-void expectSpace(const std::string& folder, std::uint64_t needed) {
+void expectSpace(const Folder& folder, std::uint64_t needed) {
   struct statvfs status = {};
   // A file system that tells nothing is believed to have it.
-  if (::statvfs(folder.c_str(), &status) != 0 || status.f_blocks == 0) {
+  if (::fstatvfs(folder.descriptor(), &status) != 0 || status.f_blocks == 0) {
     return;
   }
   const std::uint64_t available = std::uint64_t{status.f_bavail} * status.f_frsize;
   if (available < needed) {
     throw Trouble(fmt::format("{}: There is too little space: {} bytes are free, {} are needed.",
-                              folder, available, needed));
+                              folder.path(), available, needed));
   }
 }
 
@@ -113,14 +113,18 @@ class Migration {
   Migration(const MigrateOptions& options, std::string file, Console& console)
       : _options(options),
         _file(std::move(file)),
+        _name(nameOf(_file)),
         _console(console),
-        _original(regularFile(_file)) {}
+        _folder(_file, "It cannot be opened"),
+        _original(openIn(_folder, _name, _file)),
+        _before(_original.status()),
+        _lock(_folder, _name, _original) {}
 
   Status run() {
     std::uint64_t needed = 0;
     SchemaFound schema = SchemaFound::Either;
     {
-      const Database database(_file);
+      const Database database(_original);
       schema = schemaOf(database);
       if (schema == SchemaFound::One) {
         tell(_file + " is of schema 1 already; there is nothing to do.");
@@ -160,7 +164,7 @@ class Migration {
   /// Whether nothing is wrong with the file that a conversion makes worse.
   bool isSound() {
     constexpr std::size_t mostTold = 20;
-    const std::vector<Finding> findings = findingsIn(_file);
+    const std::vector<Finding> findings = findingsIn(_original);
     std::size_t errors = 0;
     std::size_t kept = 0;
     for (const Finding& finding : findings) {
@@ -188,13 +192,13 @@ class Migration {
   }
 
   Status migrateInPlace(const std::string& converter, std::uint64_t needed) {
-    KeptOriginal kept(_file, _options.force);
+    KeptOriginal kept(_folder, _name, _original, _options.force);
     NewFile result(_file, true);
-    expectSpace(folderOf(_file), needed);
+    expectSpace(_folder, needed);
     if (!makeResult(converter, result)) {
       return Status::Findings;
     }
-    giveOwnerAndMode(_file, result.temporaryPath());
+    copyAttributes(_original.descriptor(), result.descriptor(), _file);
     if (_options.dryRun) {
       tell("It was a trial: " + _file + " is as it was.");
       return Status::Fine;
@@ -207,11 +211,11 @@ class Migration {
 
   Status migrateTo(const std::string& output, const std::string& converter, std::uint64_t needed) {
     struct stat status = {};
-    if (::stat(output.c_str(), &status) == 0 && isSameFile(status, _original)) {
+    if (::stat(output.c_str(), &status) == 0 && isSameFile(status, _before)) {
       throw Trouble(output + ": It is the file that is to be converted.");
     }
     NewFile result(output, _options.force);
-    expectSpace(folderOf(output), needed);
+    expectSpace(result.folder(), needed);
     if (!makeResult(converter, result)) {
       return Status::Findings;
     }
@@ -225,15 +229,12 @@ class Migration {
   }
 
   /// Has the converted file written, and tells whether it is what it has to be.
-  bool makeResult(const std::string& converter, const NewFile& result) {
+  bool makeResult(const std::string& converter, NewFile& result) {
     tell("Converting it with " + converter + ".");
-    convert(converter, _file, result.temporaryPath());
-    struct stat status = {};
-    if (::lstat(result.temporaryPath().c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
-        status.st_nlink != 1) {
-      throw Trouble(converter + ": It wrote no file.");
-    }
-    const Proof proof = prove(_file, result.temporaryPath());
+    convert(converter, _file, result, _console);
+    const InputFile converted =
+        result.takeOver("The new file for " + result.path(), converter + ": It wrote no file.");
+    const Proof proof = prove(_original, converted);
     const Comparison& comparison = proof.comparison;
     if (!_options.quiet) {
       _console.print(textOf(comparison));
@@ -251,18 +252,18 @@ class Migration {
 
   /// From the first of these steps to the last, the file is the whole old one or the whole new one.
   void replace(KeptOriginal& kept, NewFile& result) {
-    const PatientSignals patience;
-    const struct stat now = regularFile(_file);
-    if (!isSameFile(now, _original) || now.st_size != _original.st_size ||
-        now.st_mtim.tv_sec != _original.st_mtim.tv_sec ||
-        now.st_mtim.tv_nsec != _original.st_mtim.tv_nsec) {
+    const BlockedSignals blocked;
+    const struct stat now = _original.status();
+    if (now.st_size != _before.st_size || now.st_mtim.tv_sec != _before.st_mtim.tv_sec ||
+        now.st_mtim.tv_nsec != _before.st_mtim.tv_nsec) {
       throw Trouble(_file + ": Somebody has changed it meanwhile.");
     }
+    const struct stat replacement = result.status();
     try {
       kept.keep();
-      result.finish();
+      result.finish(&_before);
     } catch (const Trouble& trouble) {
-      _isAsItWas = kept.putBack();
+      _isAsItWas = kept.putBack(replacement);
       if (!_isAsItWas) {
         throw Trouble(fmt::format("{} Nor could all be put back: the original is {} or {}.",
                                   trouble.what(), _file, kept.path()));
@@ -274,8 +275,12 @@ class Migration {
 
   const MigrateOptions& _options;
   const std::string _file;
+  const std::string _name;
   Console& _console;
-  const struct stat _original;
+  const Folder _folder;
+  const InputFile _original;
+  const struct stat _before;
+  const Lock _lock;
   bool _isAsItWas = true;
 };
 
@@ -283,8 +288,6 @@ class Migration {
 
 Status migrate(const MigrateOptions& options, Console& console) {
   const std::string file = resolved(options.file);
-  regularFile(file);
-  const Lock lock(file);
   Migration migration(options, file, console);
   try {
     return migration.run();

@@ -3,17 +3,26 @@
 
 #include "companion/NewDatabase.h"
 
-#include <mk4.h>
-
 #include <cerrno>
+#include <utility>
 
+#include "companion/NewFile.h"
 #include "companion/Trouble.h"
+#include "metakit/Column.h"
+#include "metakit/Datafile.h"
+#include "metakit/File.h"
+#include "metakit/Sequence.h"
 
 namespace Companion {
 
-NewDatabase::NewDatabase(const std::string& path, const std::string& name)
-    : _name(name.empty() ? path : name), _storage(std::make_unique<c4_Storage>(path.c_str(), 1)) {
-  if (!_storage->Strategy().IsValid()) {
+NewDatabase::NewDatabase(const std::string& path)
+    : NewDatabase(path, Metakit::openFile(path.c_str(), true)) {}
+
+NewDatabase::NewDatabase(const NewFile& file) : NewDatabase(file.path(), file.open()) {}
+
+NewDatabase::NewDatabase(std::string name, std::unique_ptr<Metakit::File> file)
+    : _name(std::move(name)), _file(std::make_unique<Metakit::Datafile>(std::move(file))) {
+  if (!_file->isValid()) {
     throw Trouble(_name + ": It cannot be opened for writing.");
   }
 }
@@ -21,23 +30,23 @@ NewDatabase::NewDatabase(const std::string& path, const std::string& name)
 NewDatabase::~NewDatabase() = default;
 
 void NewDatabase::addTable(const std::string& name) {
-  _table = std::make_unique<c4_View>(_storage->GetAs((name + "[Key:I,Record:B]").c_str()));
+  _table = _file->view(name + "[Key:I,Record:B]");
 }
 
 void NewDatabase::addRow(std::int32_t key, std::string_view body) {
-  static const c4_IntProp keyColumn("Key");
-  static const c4_BytesProp recordColumn("Record");
-  c4_Row row;
-  keyColumn(row) = key;
-  recordColumn(row) = c4_Bytes(body.data(), static_cast<int>(body.size()));
-  if (_table->Add(row) < 0) {
+  if (!_table->append()) {
     throwError(_name, "The table takes no more rows", EFBIG);
   }
+  const std::int32_t row = _table->rows() - 1;
+  static_cast<Metakit::IntColumn&>(_table->columnAt(0)).set(row, key);
+  static_cast<Metakit::BytesColumn&>(_table->columnAt(1))
+      .set(row, body.data(), static_cast<std::int32_t>(body.size()));
 }
 
 void NewDatabase::commit() {
-  if (!_storage->Commit()) {
-    throwError(_name, "It cannot be written", _storage->Strategy()._failure);
+  const int error = _file->commit();
+  if (error != 0) {
+    throwError(_name, "It cannot be written", error);
   }
 }
 

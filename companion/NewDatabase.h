@@ -8,18 +8,24 @@
 #include <string>
 #include <string_view>
 
-class c4_Storage;
-class c4_View;
+namespace Metakit {
+class Datafile;
+class File;
+class Sequence;
+}  // namespace Metakit
 
 namespace Companion {
+
+class NewFile;
 
 /// A database file in the making: tables `[Key:I,Record:B]` with rows, written at once. The caller
 /// sees to it that the file appears whole (`NewFile`). One thread at a time.
 class NewDatabase {
  public:
   /// Begins a database in the file, which is empty or missing. Throws Trouble when it cannot be
-  /// opened. Messages call it `name`, such as what it is going to be called; its path without one.
-  explicit NewDatabase(const std::string& path, const std::string& name = "");
+  /// opened.
+  explicit NewDatabase(const std::string& path);
+  explicit NewDatabase(const NewFile& file);
   ~NewDatabase();
   NewDatabase(const NewDatabase&) = delete;
   NewDatabase& operator=(const NewDatabase&) = delete;
@@ -33,9 +39,12 @@ class NewDatabase {
   void commit();
 
  private:
+  NewDatabase(std::string name, std::unique_ptr<Metakit::File> file);
+
   const std::string _name;
-  std::unique_ptr<c4_Storage> _storage;
-  std::unique_ptr<c4_View> _table;
+  std::unique_ptr<Metakit::Datafile> _file;
+  /// The table that was added last.
+  std::shared_ptr<Metakit::Sequence> _table;
 };
 
 }  // namespace Companion

@@ -4,97 +4,63 @@
 #include "companion/NewFile.h"
 
 #include <fcntl.h>
-#include <stdlib.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <utility>
 
 #include "companion/Trouble.h"
+#include "metakit/PosixFile.h"
 
 namespace Companion {
 
 namespace {
 
-/// The names of the files that are begun, for the signal handler. One that finds no place stays
-/// behind when a signal ends the process; no command begins so many.
-std::array<std::atomic<const char*>, 8> begunNames;
-
-void note(const char* path) {
-  for (auto& place : begunNames) {
-    const char* none = nullptr;
-    if (place.compare_exchange_strong(none, path)) {
-      return;
-    }
+/// Opens the folder of a file that may be created there.
+Folder folderFor(const std::string& path) {
+  if (nameOf(path).empty()) {
+    throwError(path, "It cannot be created", EISDIR);
   }
-}
-
-void forget(const char* path) {
-  for (auto& place : begunNames) {
-    const char* noted = path;
-    place.compare_exchange_strong(noted, nullptr);
-  }
-}
-
-bool exists(const std::string& path) {
-  struct stat status = {};
-  return ::lstat(path.c_str(), &status) == 0;
-}
-
-/// Gives `from` the name `to`, which must not exist. Gives 0 or the number of the error.
-int renameToNew(const std::string& from, const std::string& to) {
-  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
-    return 0;
-  }
-  if (errno != EINVAL && errno != ENOSYS) {
-    return errno;
-  }
-  // Not every file system can do that at once.
-  if (exists(to)) {
-    return EEXIST;
-  }
-  return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+  return Folder(path, "It cannot be created");
 }
 
 }  // namespace
 
-NewFile::NewFile(std::string path, bool force) : _path(std::move(path)), _force(force) {
-  if (!_force && exists(_path)) {
+NewFile::NewFile(const std::string& path, bool force)
+    : _path(path),
+      _name(nameOf(path)),
+      _force(force),
+      _folder(folderFor(path)),
+      _private(checkedFolder(), path),
+      _descriptor(_private.create(_name)) {}
+
+const Folder& NewFile::checkedFolder() const {
+  const auto existing = _folder.find(_name);
+  if (!existing) {
+    return _folder;
+  }
+  if (S_ISLNK(existing->st_mode)) {
+    throw Trouble(_path + ": It is a symbolic link and is not replaced.");
+  }
+  if (!S_ISREG(existing->st_mode)) {
+    throw Trouble(_path + ": It is not a regular file and is not replaced.");
+  }
+  if (!_force) {
     throw Trouble(_path + ": It exists; --force replaces it.");
   }
-  const std::size_t slash = _path.rfind('/');
-  const std::size_t name = slash == std::string::npos ? 0 : slash + 1;
-  _temporaryPath = _path.substr(0, name) + "." + _path.substr(name) + ".XXXXXX";
-  _descriptor = ::mkostemp(_temporaryPath.data(), O_CLOEXEC);
-  if (_descriptor < 0) {
-    throwError(_path, "It cannot be created", errno);
-  }
-  note(_temporaryPath.c_str());
-  // mkostemp() lets nobody else read it; a new file is read by whom the user allows it.
-  const mode_t masked = ::umask(0);
-  ::umask(masked);
-  ::fchmod(_descriptor, 0666 & ~masked);
+  return _folder;
 }
 
-NewFile::~NewFile() {
-  if (!_temporaryPath.empty()) {
-    ::unlink(_temporaryPath.c_str());
-    forget(_temporaryPath.c_str());
-  }
-  if (_descriptor >= 0) {
-    ::close(_descriptor);
-  }
+void NewFile::failToWrite(int error) const {
+  throwError(_path, "It cannot be written", error);
 }
 
 void NewFile::write(std::string_view bytes) {
   while (!bytes.empty()) {
-    const ssize_t written = ::write(_descriptor, bytes.data(), bytes.size());
+    const ssize_t written = ::write(descriptor(), bytes.data(), bytes.size());
     if (written < 0 && errno != EINTR) {
-      throwError(_path, "It cannot be written", errno);
+      failToWrite(errno);
     }
     if (written > 0) {
       bytes.remove_prefix(static_cast<std::size_t>(written));
@@ -102,55 +68,67 @@ void NewFile::write(std::string_view bytes) {
   }
 }
 
-void NewFile::finish() {
-  // By its name: who wrote it by name may have made it anew.
-  const int written = ::open(_temporaryPath.c_str(), O_RDONLY | O_CLOEXEC);
-  int error = written < 0 || ::fsync(written) != 0 ? errno : 0;
-  if (written >= 0 && ::close(written) != 0 && error == 0) {
-    error = errno;
+std::unique_ptr<Metakit::File> NewFile::open() const {
+  auto file = Metakit::PosixFile::share(descriptor(), true);
+  if (file == nullptr) {
+    throw Trouble(_path + ": It cannot be opened for writing.");
   }
+  return file;
+}
+
+InputFile NewFile::takeOver(const std::string& name, const std::string& otherwise) {
+  const int flags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+  Descriptor written(::openat(_private.descriptor(), _name.c_str(), O_RDWR | flags));
+  Descriptor read(::openat(_private.descriptor(), _name.c_str(), O_RDONLY | flags));
+  struct stat status = {};
+  if (!written.isOpen() || !read.isOpen() || ::fstat(written.get(), &status) != 0 ||
+      !S_ISREG(status.st_mode) || status.st_nlink != 1) {
+    throw Trouble(otherwise);
+  }
+  _descriptor = std::move(written);
+  return {name, std::move(read)};
+}
+
+struct stat NewFile::status() const {
+  struct stat status = {};
+  if (::fstat(descriptor(), &status) != 0) {
+    failToWrite(errno);
+  }
+  return status;
+}
+
+void NewFile::finish(const struct stat* replaced) {
+  if (replaced == nullptr) {
+    // Some file systems have no modes.
+    ::fchmod(descriptor(), _private.fileMode());
+  }
+  if (::fsync(descriptor()) != 0) {
+    failToWrite(errno);
+  }
+  int error = _descriptor.close();
   if (error != 0) {
-    throwError(_path, "It cannot be written", error);
+    failToWrite(error);
   }
-  error = !_force ? renameToNew(_temporaryPath, _path)
-          : ::rename(_temporaryPath.c_str(), _path.c_str()) == 0 ? 0
-                                                                 : errno;
+  checkedFolder();
+  if (replaced != nullptr) {
+    const auto existing = _folder.find(_name);
+    if (!existing || !isSameFile(*existing, *replaced)) {
+      throw Trouble(_path + ": Somebody has changed it meanwhile.");
+    }
+  }
+  const int from = _private.descriptor();
+  const int to = _folder.descriptor();
+  error = !_force ? renameToNew(from, _name, to, _name)
+          : ::renameat(from, _name.c_str(), to, _name.c_str()) == 0 ? 0
+                                                                    : errno;
   if (error == EEXIST) {
     throw Trouble(_path + ": It exists; --force replaces it.");
   }
   if (error != 0) {
     throwError(_path, "It cannot be created", error);
   }
-  forget(_temporaryPath.c_str());
-  _temporaryPath.clear();
-  flushFolder(folderOf(_path));
-}
-
-void removeNewFiles() {
-  for (const auto& place : begunNames) {
-    const char* path = place.load();
-    if (path != nullptr) {
-      ::unlink(path);
-    }
-  }
-}
-
-std::string folderOf(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
-}
-
-void flushFolder(const std::string& folder) {
-  const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  // Some file systems cannot flush a folder, and say so.
-  const bool isFlushed = descriptor >= 0 && (::fsync(descriptor) == 0 || errno == EINVAL);
-  const int error = errno;
-  if (descriptor >= 0) {
-    ::close(descriptor);
-  }
-  if (!isFlushed) {
-    throwError(folder, "The folder cannot be written to its device", error);
-  }
+  _private.remove();
+  _folder.flush();
 }
 
 }  // namespace Companion

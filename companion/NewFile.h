@@ -3,48 +3,66 @@
 
 #pragma once
 
+#include <sys/stat.h>
+
+#include <memory>
 #include <string>
 #include <string_view>
 
+#include "companion/Folder.h"
+#include "companion/InputFile.h"
+#include "companion/PrivateFolder.h"
+
 namespace Companion {
 
-/// A file that appears whole or not at all: it is written under another name in the same folder,
-/// flushed and renamed. Until then nothing is seen of it, and it goes with this object. One thread
-/// at a time.
+/// A file that appears whole or not at all: it is written in a private folder beside its place,
+/// flushed and renamed. Until then it is removed with this object. Only a regular file is replaced.
+/// One thread at a time.
 class NewFile {
  public:
-  /// Begins the file. Throws Trouble when it exists, unless `force` is set, or its folder cannot be
-  /// written.
-  NewFile(std::string path, bool force);
-  ~NewFile();
-  NewFile(const NewFile&) = delete;
-  NewFile& operator=(const NewFile&) = delete;
+  /// Begins the file. Throws Trouble when it exists, unless `force` is set and it is a regular
+  /// file, or when its folder cannot be written.
+  NewFile(const std::string& path, bool force);
 
   const std::string& path() const { return _path; }
-  /// Where it is until the end: for those who write it by name.
-  const std::string& temporaryPath() const { return _temporaryPath; }
+  /// The folder where it will be.
+  const Folder& folder() const { return _folder; }
+  /// Its name in that folder, and in the private folder until it is finished.
+  const std::string& name() const { return _name; }
+  const PrivateFolder& privateFolder() const { return _private; }
 
   /// Appends to it. Throws Trouble when that cannot be written.
   void write(std::string_view bytes);
 
-  /// Makes it appear: it and its name are on the device then. Throws Trouble when that fails, or
-  /// when somebody else has made a file of that name meanwhile, unless `force` was set.
-  void finish();
+  /// The file for a datafile to write. Throws Trouble when no descriptor is left.
+  std::unique_ptr<Metakit::File> open() const;
+
+  /// Takes what another program has made of it in the private folder. Messages call it `name`.
+  /// Throws Trouble with the text `otherwise` when that is not a regular file, or one that has
+  /// other names.
+  InputFile takeOver(const std::string& name, const std::string& otherwise);
+
+  int descriptor() const { return _descriptor.get(); }
+  /// What it is now. REQUIRES: it is not finished.
+  struct stat status() const;
+
+  /// Makes it appear: it and its name are on the device then. It gets the mode of a new file,
+  /// unless `replaced` is given: then it keeps its own, and replaces just that file. Throws Trouble
+  /// when that fails, or when another process has made a file of that name meanwhile, unless
+  /// `force` was set.
+  void finish(const struct stat* replaced = nullptr);
 
  private:
+  /// Throws Trouble when something has the name that may not be replaced.
+  const Folder& checkedFolder() const;
+  [[noreturn]] void failToWrite(int error) const;
+
   const std::string _path;
-  std::string _temporaryPath;
+  const std::string _name;
   const bool _force;
-  int _descriptor = -1;
+  const Folder _folder;
+  PrivateFolder _private;
+  Descriptor _descriptor;
 };
-
-/// Removes all files that are begun: for a signal handler that ends the process.
-void removeNewFiles();
-
-/// The folder that a path lies in; "." for one without.
-std::string folderOf(const std::string& path);
-
-/// Blocks until the names in a folder are on the device. Throws Trouble when that fails.
-void flushFolder(const std::string& folder);
 
 }  // namespace Companion

@@ -5,11 +5,13 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <set>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -89,27 +91,92 @@ TEST_F(NewFileTest, DoesNotReplaceOneThatAppearedMeanwhile) {
   EXPECT_EQ(readFile(path), "another's");
 }
 
-TEST_F(NewFileTest, DoesNotFollowALink) {
+TEST_F(NewFileTest, ReplacesOnlyARegularFile) {
   writeFile(folder.path("other"), "old");
-  ASSERT_EQ(::symlink("other", path.c_str()), 0);
-  EXPECT_NE(troubleOf(path), "");
-  EXPECT_EQ(troubleOf(path, true), "");
-  EXPECT_EQ(readFile(path), "new");
+  ASSERT_EQ(::symlink("other", folder.path("link").c_str()), 0);
+  ASSERT_EQ(::symlink("none", folder.path("dangling").c_str()), 0);
+  for (const char* name : {"link", "dangling"}) {
+    for (const bool force : {false, true}) {
+      EXPECT_EQ(troubleOf(folder.path(name), force),
+                folder.path(name) + ": It is a symbolic link and is not replaced.");
+      EXPECT_TRUE(std::filesystem::is_symlink(folder.path(name)));
+    }
+  }
   EXPECT_EQ(readFile(folder.path("other")), "old");
+  EXPECT_FALSE(std::filesystem::exists(folder.path("none")));
+  ASSERT_EQ(::mkfifo(folder.path("fifo").c_str(), 0600), 0);
+  ASSERT_TRUE(std::filesystem::create_directory(folder.path("folder")));
+  std::vector<std::string> others = {"fifo", "folder"};
+  if (::geteuid() == 0 &&
+      ::mknod(folder.path("device").c_str(), S_IFCHR | 0600, makedev(1, 7)) == 0) {
+    others.emplace_back("device");
+  }
+  const std::set<std::string> before = names();
+  for (const std::string& name : others) {
+    EXPECT_EQ(troubleOf(folder.path(name), true),
+              folder.path(name) + ": It is not a regular file and is not replaced.");
+    EXPECT_FALSE(std::filesystem::is_regular_file(folder.path(name)));
+  }
+  EXPECT_EQ(names(), before);
 }
 
-TEST_F(NewFileTest, TakesOverWhatIsWrittenByName) {
+TEST_F(NewFileTest, DoesNotReplaceALinkThatAppearedMeanwhile) {
+  NewFile file(path, true);
+  ASSERT_EQ(::symlink("other", path.c_str()), 0);
+  EXPECT_THROW(file.finish(), Trouble);
+  EXPECT_TRUE(std::filesystem::is_symlink(path));
+}
+
+TEST_F(NewFileTest, TakesOverWhatAnotherProgramWrote) {
   NewFile file(path, false);
-  ASSERT_EQ(::unlink(file.temporaryPath().c_str()), 0);
-  writeFile(file.temporaryPath(), "by name");
+  const std::string begun = folder.path(*names().begin()) + "/file";
+  ASSERT_EQ(::unlink(begun.c_str()), 0);
+  writeFile(begun, "by name");
+  EXPECT_EQ(file.takeOver("its name", "none").name(), "its name");
   file.finish();
   EXPECT_EQ(readFile(path), "by name");
 }
 
-TEST_F(NewFileTest, FailsWhenWhatWasWrittenIsGone) {
+TEST_F(NewFileTest, TakesOverOnlyARegularFileWithOneName) {
   NewFile file(path, false);
-  ASSERT_EQ(::unlink(file.temporaryPath().c_str()), 0);
-  EXPECT_THROW(file.finish(), Trouble);
+  const std::string begun = folder.path(*names().begin()) + "/file";
+  ASSERT_EQ(::unlink(begun.c_str()), 0);
+  EXPECT_THROW(file.takeOver("", "none"), Trouble);
+  writeFile(folder.path("other"), "other");
+  ASSERT_EQ(::symlink(folder.path("other").c_str(), begun.c_str()), 0);
+  EXPECT_THROW(file.takeOver("", "none"), Trouble);
+  ASSERT_EQ(::unlink(begun.c_str()), 0);
+  ASSERT_EQ(::link(folder.path("other").c_str(), begun.c_str()), 0);
+  EXPECT_THROW(file.takeOver("", "none"), Trouble);
+}
+
+/// Until it is finished nobody else may read or write it, whatever the user allows for new files.
+TEST_F(NewFileTest, IsPrivateUntilItIsFinished) {
+  const mode_t before = ::umask(0);
+  const NewFile file(path, false);
+  ::umask(before);
+  struct stat status = {};
+  const std::string begun = folder.path(*names().begin());
+  ASSERT_EQ(::stat(begun.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0700U);
+  ASSERT_EQ(::stat((begun + "/file").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0600U);
+}
+
+TEST_F(NewFileTest, MayHaveANameOfAnyLength) {
+  for (const std::size_t size : {245U, 246U, 255U}) {
+    const std::string name = folder.path(std::string(size, 'x'));
+    EXPECT_EQ(troubleOf(name), "");
+    EXPECT_EQ(readFile(name), "new");
+  }
+}
+
+TEST_F(NewFileTest, FailsWhenWhatWasWrittenIsGone) {
+  {
+    NewFile file(path, false);
+    ASSERT_EQ(::unlink((folder.path(*names().begin()) + "/file").c_str()), 0);
+    EXPECT_THROW(file.finish(), Trouble);
+  }
   EXPECT_EQ(names(), (std::set<std::string>{}));
 }
 
@@ -127,8 +194,8 @@ TEST_F(NewFileTest, MayBeReadByWhomTheUserAllowsIt) {
 TEST_F(NewFileTest, TellsWhatKeepsItFromBeingMade) {
   EXPECT_EQ(troubleOf(folder.path("none/file")),
             folder.path("none/file") + ": It cannot be created. No such file or directory.");
-  ASSERT_TRUE(std::filesystem::create_directory(path));
-  EXPECT_EQ(troubleOf(path, true), path + ": It cannot be created. Is a directory.");
+  EXPECT_EQ(troubleOf(folder.path("")),
+            folder.path("") + ": It cannot be created. Is a directory.");
 }
 
 TEST(FolderOfTest, IsWhatStandsBeforeTheName) {

@@ -3,21 +3,21 @@
 
 #include "companion/Process.h"
 
-#include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <string_view>
 
-#include "companion/NewFile.h"
+#include "companion/Cleanup.h"
 #include "companion/Trouble.h"
+#include "posix/StandardDescriptors.h"
 
 namespace Companion {
 
 namespace {
 
 extern "C" void endForUnreadableFile(int /*signal*/) {
-  removeNewFiles();
+  cleanUp();
   constexpr std::string_view message =
       "history-db: A file cannot be read to its end: its device failed, or it was cut off.\n";
   if (::write(STDERR_FILENO, message.data(), message.size()) < 0) {
@@ -27,31 +27,36 @@ extern "C" void endForUnreadableFile(int /*signal*/) {
 }
 
 extern "C" void removeAndEnd(int signal) {
-  removeNewFiles();
-  // This handler is in force for one signal only.
+  cleanUp();
+  // It is blocked until this returns, and this handler is in force for one signal only.
   ::raise(signal);
 }
 
 }  // namespace
 
-void prepareProcess() {
-  // The lowest descriptor that is free is taken. Opened for reading, it refuses what is written.
-  int descriptor = STDIN_FILENO;
-  do {
-    descriptor = ::open("/dev/null", O_RDONLY);
-  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-  ::close(descriptor);
-
+bool prepareProcess() {
+  if (!StandardDescriptors::ensureOpen()) {
+    return false;
+  }
   struct sigaction action = {};
   action.sa_handler = endForUnreadableFile;
   ::sigaction(SIGBUS, &action, nullptr);
   action.sa_handler = removeAndEnd;
   action.sa_flags = static_cast<int>(SA_RESETHAND);
-  for (const int signal : {SIGHUP, SIGINT, SIGTERM, SIGXCPU}) {
-    ::sigaction(signal, &action, nullptr);
+  // The next one waits until the first has cleaned up.
+  for (const int signal : endingSignals) {
+    ::sigaddset(&action.sa_mask, signal);
+  }
+  for (const int signal : endingSignals) {
+    struct sigaction before = {};
+    // Programs such as nohup have it ignored.
+    if (::sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
+      ::sigaction(signal, &action, nullptr);
+    }
   }
   ::signal(SIGPIPE, SIG_IGN);
   ::signal(SIGXFSZ, SIG_IGN);
+  return true;
 }
 
 }  // namespace Companion

@@ -23,26 +23,22 @@ struct stat regularFile(const std::string& path) {
   return status;
 }
 
-bool isSameFile(const struct stat& a, const struct stat& b) {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+FileContents contentsOf(const InputFile& file) {
+  return {file.name(), static_cast<std::uint64_t>(file.status().st_size), sha256OfFile(file)};
 }
 
-FileContents contentsOf(const std::string& path) {
-  return {path, static_cast<std::uint64_t>(regularFile(path).st_size), sha256OfFile(path)};
-}
-
-void expectUnchanged(const FileContents& before) {
-  const FileContents now = contentsOf(before.path);
+void expectUnchanged(const InputFile& file, const FileContents& before) {
+  const FileContents now = contentsOf(file);
   if (now.size != before.size || now.sha256 != before.sha256) {
     throw Trouble(before.path + ": It was changed while it was read.");
   }
 }
 
-Proof prove(const std::string& original, const std::string& converted) {
+Proof prove(const InputFile& original, const InputFile& converted) {
   Proof proof = {contentsOf(original), contentsOf(converted), {}};
   proof.comparison = compare(Database(original), Database(converted));
-  expectUnchanged(proof.original);
-  expectUnchanged(proof.converted);
+  expectUnchanged(original, proof.original);
+  expectUnchanged(converted, proof.converted);
   return proof;
 }
 

@@ -15,9 +15,6 @@ namespace Companion {
 /// The file that a path leads to. Throws Trouble unless it is a regular one.
 struct stat regularFile(const std::string& path);
 
-/// Whether both are one and the same file.
-bool isSameFile(const struct stat& a, const struct stat& b);
-
 /// What a file was when it was read.
 struct FileContents {
   std::string path;
@@ -26,10 +23,10 @@ struct FileContents {
 };
 
 /// Reads the whole file for it. Throws Trouble when it cannot be read.
-FileContents contentsOf(const std::string& path);
+FileContents contentsOf(const InputFile& file);
 
-/// Throws Trouble unless the file still is what it was.
-void expectUnchanged(const FileContents& before);
+/// Throws Trouble unless the file still has these contents.
+void expectUnchanged(const InputFile& file, const FileContents& before);
 
 /// A comparison, and the very bytes that it is about.
 struct Proof {
@@ -39,7 +36,7 @@ struct Proof {
 };
 
 /// Compares two files. Throws Trouble when one cannot be read, or changed meanwhile.
-Proof prove(const std::string& original, const std::string& converted);
+Proof prove(const InputFile& original, const InputFile& converted);
 
 /// The differences that are told, the notes and the tables of a comparison, a line each.
 std::string textOf(const Comparison& comparison);

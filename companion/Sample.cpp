@@ -375,7 +375,7 @@ Status sample(const SampleOptions& options, Console& /*console*/) {
   }
 
   NewFile file(options.file, options.force);
-  NewDatabase database(file.temporaryPath(), file.path());
+  NewDatabase database(file);
   const Random seed(options.seed);
   // Some day from 2009 to 2020, in the course of which the device was looked at.
   Random date(seed, 0);

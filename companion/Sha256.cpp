@@ -3,7 +3,6 @@
 
 #include "companion/Sha256.h"
 
-#include <fcntl.h>
 #include <gcrypt.h>
 #include <unistd.h>
 
@@ -37,24 +36,20 @@ Digest newDigest() {
 
 }  // namespace
 
-std::string sha256OfFile(const std::string& path) {
+std::string sha256OfFile(const InputFile& file) {
   const Digest digest = newDigest();
-  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0) {
-    throwError(path, "It cannot be opened", errno);
-  }
   std::array<char, 65536> buffer{};
   ssize_t size = 0;
+  off_t at = 0;
   do {
-    size = ::read(descriptor, buffer.data(), buffer.size());
+    size = ::pread(file.descriptor(), buffer.data(), buffer.size(), at);
     if (size > 0) {
       gcry_md_write(digest.get(), buffer.data(), static_cast<std::size_t>(size));
+      at += size;
     }
   } while (size > 0 || (size < 0 && errno == EINTR));
-  const int error = errno;
-  ::close(descriptor);
   if (size < 0) {
-    throwError(path, "It cannot be read", error);
+    throwError(file.name(), "It cannot be read", errno);
   }
   std::string digits;
   const std::uint8_t* bytes = gcry_md_read(digest.get(), GCRY_MD_SHA256);
@@ -62,6 +57,10 @@ std::string sha256OfFile(const std::string& path) {
     digits += fmt::format("{:02x}", bytes[i]);
   }
   return digits;
+}
+
+std::string sha256OfFile(const std::string& path) {
+  return sha256OfFile(InputFile(path));
 }
 
 }  // namespace Companion

@@ -97,9 +97,11 @@ Status verify(const VerifyOptions& options, Console& console) {
   if (!options.receipt.empty()) {
     receipt = beginReceipt(options);
   }
-  Proof proof = prove(options.original, options.converted);
+  const InputFile original(options.original);
+  const InputFile converted(options.converted);
+  Proof proof = prove(original, converted);
   const Comparison& comparison = proof.comparison;
-  if (isSameFile(regularFile(options.original), regularFile(options.converted))) {
+  if (isSameFile(original.status(), converted.status())) {
     proof.comparison.notes.emplace_back("Both are the same file.");
   }
   if (receipt != nullptr) {

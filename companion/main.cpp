@@ -5,9 +5,12 @@
 
 #include "companion/CommandLine.h"
 #include "companion/Process.h"
+#include "companion/Trouble.h"
 
 int main(int argc, char* argv[]) {
-  Companion::prepareProcess();
+  if (!Companion::prepareProcess()) {
+    return static_cast<int>(Companion::Status::Trouble);
+  }
   Companion::Console console(stdout, stderr);
   return static_cast<int>(Companion::runCommandLine(argc, argv, console));
 }

@@ -16,6 +16,8 @@
 //   TRIAL_NO_LINKS=1           let no file have a second name, as on some file systems
 //   TRIAL_NO_SPACE=1           tell whoever asks that there is no space
 //   TRIAL_MOVE=N,FROM,TO       rename a file before file call N; remove it if TO is empty
+//   TRIAL_NO_PROC=1            do not tell the program where it is
+//   TRIAL_ACT=N,COMMAND        have the shell run a command before file call N
 //   TRIAL_CLOSED=SET           close each standard descriptor whose bit is set in the number
 //   TRIAL_NO_DEVICES=1         let no file below /dev exist
 //   TRIAL_PROGRAM=NAME         let that program alone have all this, and none that it starts
@@ -28,13 +30,13 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <semaphore.h>
-#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/syscall.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -72,6 +74,9 @@ useconds_t slowness = 0;
 std::atomic<bool> hasEnded{false};
 bool isWithoutLinks = false;
 bool isWithoutSpace = false;
+bool isWithoutProc = false;
+Calls acted;
+const char* command = nullptr;
 bool isWithoutDevices = false;
 const char* countFile = nullptr;
 unsigned long callBeforeMove = 0;
@@ -114,6 +119,13 @@ void closeStandardDescriptors(unsigned long set) {
   }
   isWithoutLinks = std::getenv("TRIAL_NO_LINKS") != nullptr;
   isWithoutSpace = std::getenv("TRIAL_NO_SPACE") != nullptr;
+  isWithoutProc = std::getenv("TRIAL_NO_PROC") != nullptr;
+  if (const char* text = std::getenv("TRIAL_ACT")) {
+    char* end = nullptr;
+    acted.from = std::strtoul(text, &end, 10);
+    acted.to = acted.from + 1;
+    command = end + 1;
+  }
   isWithoutDevices = std::getenv("TRIAL_NO_DEVICES") != nullptr;
   countFile = std::getenv("TRIAL_COUNT");
   outfile = std::getenv("TRIAL_OUTFILE");
@@ -196,6 +208,9 @@ bool fails() {
   if (killed.made == callBeforeMove && callBeforeMove != 0) {
     move();
   }
+  if (acted.include() && std::system(command) != 0) {
+    std::abort();
+  }
   if (failed.include()) {
     errno = error;
     return true;
@@ -256,6 +271,40 @@ int memfd_create(const char* name, unsigned int flags) noexcept {
   return fails() ? -1 : original<decltype(memfd_create)>("memfd_create")(name, flags);
 }
 
+int openat(int folder, const char* path, int flags, ...) {
+  va_list rest;
+  va_start(rest, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+  va_end(rest);
+  return fails() ? -1 : original<decltype(openat)>("openat64")(folder, path, flags, mode);
+}
+
+int mkdirat(int folder, const char* path, mode_t mode) noexcept {
+  return fails() ? -1 : original<decltype(mkdirat)>("mkdirat")(folder, path, mode);
+}
+
+int fcntl(int file, int what, ...) {
+  va_list rest;
+  va_start(rest, what);
+  void* argument = va_arg(rest, void*);
+  va_end(rest);
+  // Whether a descriptor is open can always be told.
+  const bool isFailing = what != F_GETFD && fails();
+  return isFailing ? -1 : original<decltype(fcntl)>("fcntl64")(file, what, argument);
+}
+
+pid_t fork() noexcept {
+  return fails() ? -1 : original<decltype(fork)>("fork")();
+}
+
+ssize_t readlink(const char* path, char* target, std::size_t size) noexcept {
+  if (isWithoutProc) {
+    errno = ENOENT;
+    return -1;
+  }
+  return original<decltype(readlink)>("readlink")(path, target, size);
+}
+
 int stat(const char* path, struct stat* status) noexcept {
   using Stat = int(const char*, struct stat*);
   return fails() ? -1 : original<Stat>("stat64")(path, status);
@@ -270,6 +319,10 @@ int fstat(int file, struct stat* status) noexcept {
   return fails() ? -1 : original<decltype(fstat)>("fstat64")(file, status);
 }
 
+int fstatat(int folder, const char* path, struct stat* status, int flags) noexcept {
+  return fails() ? -1 : original<decltype(fstatat)>("fstatat64")(folder, path, status, flags);
+}
+
 void* mmap(void* address, std::size_t size, int protection, int flags, int file,
            off_t offset) noexcept {
   return fails()
@@ -281,20 +334,21 @@ int unlink(const char* path) noexcept {
   return fails() ? -1 : original<decltype(unlink)>("unlink")(path);
 }
 
-int mkostemp(char* path, int flags) {
-  return fails() ? -1 : original<decltype(mkostemp)>("mkostemp64")(path, flags);
+int unlinkat(int folder, const char* path, int flags) noexcept {
+  return fails() ? -1 : original<decltype(unlinkat)>("unlinkat")(folder, path, flags);
 }
 
-int link(const char* path, const char* other) noexcept {
+int linkat(int folder, const char* path, int otherFolder, const char* other, int flags) noexcept {
   if (isWithoutLinks) {
     errno = EPERM;
     return -1;
   }
-  return fails() ? -1 : original<decltype(link)>("link")(path, other);
+  return fails() ? -1
+                 : original<decltype(linkat)>("linkat")(folder, path, otherFolder, other, flags);
 }
 
-int rename(const char* from, const char* to) noexcept {
-  return fails() ? -1 : original<decltype(rename)>("rename")(from, to);
+int renameat(int fromFolder, const char* from, int toFolder, const char* to) noexcept {
+  return fails() ? -1 : original<decltype(renameat)>("renameat")(fromFolder, from, toFolder, to);
 }
 
 int renameat2(int fromFolder, const char* from, int toFolder, const char* to,
@@ -304,25 +358,36 @@ int renameat2(int fromFolder, const char* from, int toFolder, const char* to,
              : original<decltype(renameat2)>("renameat2")(fromFolder, from, toFolder, to, flags);
 }
 
-int chmod(const char* path, mode_t mode) noexcept {
-  return fails() ? -1 : original<decltype(chmod)>("chmod")(path, mode);
+int fchmod(int file, mode_t mode) noexcept {
+  return fails() ? -1 : original<decltype(fchmod)>("fchmod")(file, mode);
 }
 
-int chown(const char* path, uid_t owner, gid_t group) noexcept {
-  return fails() ? -1 : original<decltype(chown)>("chown")(path, owner, group);
+int fchown(int file, uid_t owner, gid_t group) noexcept {
+  return fails() ? -1 : original<decltype(fchown)>("fchown")(file, owner, group);
 }
 
-int statvfs(const char* path, struct statvfs* status) noexcept {
-  using Statvfs = int(const char*, struct statvfs*);
-  const int result = fails() ? -1 : original<Statvfs>("statvfs64")(path, status);
+ssize_t flistxattr(int file, char* list, std::size_t size) noexcept {
+  return fails() ? -1 : original<decltype(flistxattr)>("flistxattr")(file, list, size);
+}
+
+ssize_t fgetxattr(int file, const char* name, void* value, std::size_t size) noexcept {
+  return fails() ? -1 : original<decltype(fgetxattr)>("fgetxattr")(file, name, value, size);
+}
+
+int fsetxattr(int file, const char* name, const void* value, std::size_t size, int flags) noexcept {
+  return fails() ? -1 : original<decltype(fsetxattr)>("fsetxattr")(file, name, value, size, flags);
+}
+
+int fremovexattr(int file, const char* name) noexcept {
+  return fails() ? -1 : original<decltype(fremovexattr)>("fremovexattr")(file, name);
+}
+
+int fstatvfs(int file, struct statvfs* status) noexcept {
+  const int result = fails() ? -1 : original<decltype(fstatvfs)>("fstatvfs64")(file, status);
   if (result == 0 && isWithoutSpace) {
     status->f_bavail = 0;
   }
   return result;
-}
-
-int flock(int file, int operation) noexcept {
-  return fails() ? -1 : original<decltype(flock)>("flock")(file, operation);
 }
 
 ssize_t write(int file, const void* bytes, std::size_t size) {

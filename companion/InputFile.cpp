@@ -1,0 +1,82 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
+#include "companion/InputFile.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "companion/Trouble.h"
+#include "metakit/PosixFile.h"
+
+namespace Companion {
+
+namespace {
+
+void expectRegular(const std::string& name, const struct stat& status) {
+  if (!S_ISREG(status.st_mode)) {
+    throw Trouble(name + ": It is no regular file.");
+  }
+}
+
+Descriptor opened(const std::string& path) {
+  // A device may act on being opened, so it is not.
+  struct stat status = {};
+  if (::stat(path.c_str(), &status) != 0) {
+    throwError(path, "It cannot be opened", errno);
+  }
+  expectRegular(path, status);
+  // Without O_NONBLOCK a FIFO that has just taken the name would block.
+  Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!descriptor.isOpen()) {
+    throwError(path, "It cannot be opened", errno);
+  }
+  return descriptor;
+}
+
+}  // namespace
+
+InputFile::InputFile(const std::string& path) : InputFile(path, opened(path)) {}
+
+InputFile::InputFile(std::string name, Descriptor descriptor)
+    : _name(std::move(name)), _descriptor(std::move(descriptor)) {
+  expectRegular(_name, status());
+}
+
+struct stat InputFile::status() const {
+  struct stat status = {};
+  if (::fstat(_descriptor.get(), &status) != 0) {
+    throwError(_name, "It cannot be opened", errno);
+  }
+  return status;
+}
+
+std::unique_ptr<Metakit::File> InputFile::open() const {
+  auto file = Metakit::PosixFile::share(_descriptor.get(), false);
+  if (file == nullptr) {
+    throwError(_name, "It cannot be opened", errno);
+  }
+  return file;
+}
+
+InputFile openIn(const Folder& folder, const std::string& name, const std::string& path) {
+  struct stat status = {};
+  if (::fstatat(folder.descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    throwError(path, "It cannot be opened", errno);
+  }
+  expectRegular(path, status);
+  Descriptor descriptor(
+      ::openat(folder.descriptor(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+  if (!descriptor.isOpen()) {
+    throwError(path, "It cannot be opened", errno);
+  }
+  return {path, std::move(descriptor)};
+}
+
+bool isSameFile(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+}  // namespace Companion
