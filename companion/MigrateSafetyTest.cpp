@@ -96,6 +96,29 @@ TEST_F(MigrateSafetyTest, AnExchangedTemporaryFileHarmsNobody) {
   }
 }
 
+/// The owner of the folder puts one that everybody can enter in the place of the private one.
+TEST_F(MigrateSafetyTest, AFolderOfOthersIsNotUsed) {
+  const std::string attack =
+      script("cd '" + folder.path("") +
+             "' || exit 1\n"
+             "for f in .history-db.*; do\n"
+             "  rmdir \"$f\" 2>/dev/null && mkdir -m 777 \"$f\"\ndone\ntrue");
+  const int count = calls();
+  int refusals = 0;
+  for (int call = count; call > 0 && !HasFailure(); --call) {
+    SCOPED_TRACE("exchanged at call " + std::to_string(call));
+    begin();
+    ASSERT_EQ(::chmod(folder.path("").c_str(), 0777), 0);
+    const Outcome outcome = migrate({"-q"}, {{"TRIAL_ACT", std::to_string(call) + "," + attack}});
+    const bool isRefused = outcome.standardError.find(
+                               ": Its folder can be written by other users, and no private folder "
+                               "can be made in it. ") != std::string::npos;
+    refusals += isRefused ? 1 : 0;
+    EXPECT_EQ(readFile(file), outcome.status == 0 ? converted : old) << outcome;
+  }
+  EXPECT_GT(refusals, 0);
+}
+
 /// Somebody puts another file in the place of the one that is converted, at any moment.
 TEST_F(MigrateSafetyTest, AnotherFileIsNotReplaced) {
   const std::string other = scripts.path("other");
@@ -106,11 +129,8 @@ TEST_F(MigrateSafetyTest, AnotherFileIsNotReplaced) {
     SCOPED_TRACE("replaced at call " + std::to_string(call));
     begin();
     const Outcome outcome = migrate({"-q"}, {{"TRIAL_ACT", std::to_string(call) + "," + attack}});
-    const bool isRefused = outcome.status != 0;
-    EXPECT_TRUE(isRefused || readFile(file) == "another file" || readFile(kept) == old) << outcome;
-    if (isRefused) {
-      EXPECT_EQ(readFile(file), "another file") << outcome;
-    }
+    EXPECT_EQ(readFile(file), "another file") << outcome;
+    EXPECT_TRUE(outcome.status != 0 || readFile(kept) == old) << outcome;
   }
 }
 

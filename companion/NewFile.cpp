@@ -97,6 +97,32 @@ struct stat NewFile::status() const {
   return status;
 }
 
+/// Looks at what it replaces when nobody else can reach that any more.
+int NewFile::exchange(const struct stat& replaced) const {
+  const Trouble changed(_path + ": Somebody has changed it meanwhile.");
+  const int from = _private.descriptor();
+  const int to = _folder.descriptor();
+  const char* const name = _name.c_str();
+  struct stat status = {};
+  if (::renameat2(from, name, to, name, RENAME_EXCHANGE) == 0) {
+    const bool isIt =
+        ::fstatat(from, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && isSameFile(status, replaced);
+    if (!isIt) {
+      ::renameat2(from, name, to, name, RENAME_EXCHANGE);
+      throw changed;
+    }
+    return 0;
+  }
+  if (errno != EINVAL && errno != ENOSYS) {
+    return errno;
+  }
+  // Not every file system can exchange two names.
+  if (::fstatat(to, name, &status, AT_SYMLINK_NOFOLLOW) != 0 || !isSameFile(status, replaced)) {
+    throw changed;
+  }
+  return ::renameat(from, name, to, name) == 0 ? 0 : errno;
+}
+
 void NewFile::finish(const struct stat* replaced) {
   if (replaced == nullptr) {
     // Some file systems have no modes.
@@ -110,15 +136,10 @@ void NewFile::finish(const struct stat* replaced) {
     failToWrite(error);
   }
   checkedFolder();
-  if (replaced != nullptr) {
-    const auto existing = _folder.find(_name);
-    if (!existing || !isSameFile(*existing, *replaced)) {
-      throw Trouble(_path + ": Somebody has changed it meanwhile.");
-    }
-  }
   const int from = _private.descriptor();
   const int to = _folder.descriptor();
-  error = !_force ? renameToNew(from, _name, to, _name)
+  error = replaced != nullptr ? exchange(*replaced)
+          : !_force           ? renameToNew(from, _name, to, _name)
           : ::renameat(from, _name.c_str(), to, _name.c_str()) == 0 ? 0
                                                                     : errno;
   if (error == EEXIST) {

@@ -55,6 +55,7 @@ class NewFile {
  private:
   /// Throws Trouble when something has the name that may not be replaced.
   const Folder& checkedFolder() const;
+  int exchange(const struct stat& replaced) const;
   [[noreturn]] void failToWrite(int error) const;
 
   const std::string _path;

@@ -13,7 +13,8 @@
 //                              process twice as long at its end, and fail if the server is then
 //                              still at work
 //   TRIAL_OUTFILE=PATH         end the process when it writes to another file
-//   TRIAL_NO_LINKS=1           let no file have a second name, as on some file systems
+//   TRIAL_NO_LINKS=1           let no file have a second name, and each renaming replace what has
+//                              the new name, as on some file systems
 //   TRIAL_NO_SPACE=1           tell whoever asks that there is no space
 //   TRIAL_MOVE=N,FROM,TO       rename a file before file call N; remove it if TO is empty
 //   TRIAL_NO_PROC=1            do not tell the program where it is
@@ -353,6 +354,10 @@ int renameat(int fromFolder, const char* from, int toFolder, const char* to) noe
 
 int renameat2(int fromFolder, const char* from, int toFolder, const char* to,
               unsigned int flags) noexcept {
+  if (isWithoutLinks) {
+    errno = EINVAL;
+    return -1;
+  }
   return fails()
              ? -1
              : original<decltype(renameat2)>("renameat2")(fromFolder, from, toFolder, to, flags);
