@@ -14,6 +14,7 @@
 #include <utility>
 
 #include <gtest/gtest.h>
+#include <mk4.h>
 
 #include "tests/support/Child.h"
 #include "tests/support/Golden.h"
@@ -124,6 +125,19 @@ class ConversionRunTest : public ConversionTest {
     }
   }
 
+  /// A database of one table, whose rows have no bodies and take no bytes.
+  std::string emptyRecords(const std::string& table, int rows) {
+    const std::string path = folder.path("empty-records.mk");
+    ::unlink(path.c_str());
+    c4_Storage storage(path.c_str(), 1);
+    c4_View view = storage.GetAs((table + "[Key:I,Record:B]").c_str());
+    for (int row = 0; row < rows; ++row) {
+      view.Add(c4_Row());
+    }
+    EXPECT_TRUE(storage.Commit());
+    return path;
+  }
+
   const GoldenFile& typical = goldenFile("typical.mk");
   const std::string infile = folder.path("in.mk");
   const std::string outfile = folder.path("out.mk");
@@ -170,6 +184,28 @@ TEST_F(ConversionRunTest, TellsWhenInfileMayNotBeRead) {
   ASSERT_EQ(::chmod(infile.c_str(), 0), 0);
   expectFatal(convertAsNobody(infile, outfile),
               "INFILE \"" + infile + "\" cannot be opened. Permission denied");
+}
+
+TEST_F(ConversionRunTest, RejectsMoreRecordsThanTheFileIsLargeEnoughFor) {
+  for (const char* table : {"TormaQuilletHistory", "nativeZoneHistory", "ZoneHistory"}) {
+    const std::string path = emptyRecords(table, 10000);
+    const std::string before = readFile(path);
+    ASSERT_LT(before.size(), 100U);
+    for (const char* option : {"--", "-q"}) {
+      expectFatal(
+          run({HISTORY_CONVERT, option, path, "0", outfile, "1"}),
+          "INFILE \"" + path + "\" cannot be converted. It has too many records for its size");
+      EXPECT_NE(::access(outfile.c_str(), F_OK), 0) << "nothing is begun";
+    }
+    EXPECT_EQ(readFile(path), before);
+  }
+}
+
+TEST_F(ConversionRunTest, ConvertsAFewEmptyRecords) {
+  for (const char* table : {"TormaQuilletHistory", "nativeZoneHistory", "ZoneHistory"}) {
+    EXPECT_EQ(convert(emptyRecords(table, 100), outfile).status, 0);
+    EXPECT_EQ(readTables(outfile, {{table, {}}})[0].rows.size(), 100U);
+  }
 }
 
 TEST_F(ConversionRunTest, TellsWhyOutfileCannotBeCreated) {

@@ -3,6 +3,8 @@
 
 #include "tool/Schema0To1.h"
 
+#include <cstdint>
+
 #include "database/metakit/ObjectSizes.h"
 #include "database/metakit/Service.h"
 #include "persist/Converter.h"
@@ -18,6 +20,10 @@
 namespace {
 
 using Pvn::Database::Metakit::Persist::Service;
+
+constexpr char systemTable[] = "TormaQuilletHistory";
+constexpr char nativeZoneTable[] = "nativeZoneHistory";
+constexpr char zoneTable[] = "ZoneHistory";
 
 /// Never closed or freed: the process ends when all is converted.
 Service* originalService = nullptr;
@@ -37,6 +43,10 @@ void convertFromSchema0ToSchema1() {
   convertedService = new Service(databaseServer, convertedDatabaseFileName);
   stopServerAtExit(databaseServer, startThread(databaseServer, "databaseServer"));
   openInfile(*originalService, originalDatabaseFileName);
+  checkRows(originalService->getRowCount(systemTable),
+            std::int64_t{originalService->getRowCount(nativeZoneTable)} +
+                originalService->getRowCount(zoneTable),
+            "INFILE", originalDatabaseFileName);
   openOutfile(*convertedService, convertedDatabaseFileName);
   DbMemory originalMemory;
   DbMemory convertedMemory;
@@ -53,9 +63,9 @@ namespace Torma::Quillet::Persist::History::Schema1::Family::Kiv {
 
 void convertSchema0(Pvn::Database::Db::Api& original, Pvn::Database::Db::Api& converted) {
   namespace Bramal = Pvn::Persist::History::Kiv::Schema1::Bramal;
-  Bramal::System::convertSchema0(original, converted, "TormaQuilletHistory", "TormaQuilletHistory");
-  Bramal::Zone::convertSchema0(original, converted, "nativeZoneHistory", "nativeZoneHistory");
-  Bramal::Zone::convertSchema0(original, converted, "ZoneHistory", "ZoneHistory");
+  Bramal::System::convertSchema0(original, converted, systemTable, systemTable);
+  Bramal::Zone::convertSchema0(original, converted, nativeZoneTable, nativeZoneTable);
+  Bramal::Zone::convertSchema0(original, converted, zoneTable, zoneTable);
 }
 
 }  // namespace Torma::Quillet::Persist::History::Schema1::Family::Kiv

@@ -10,9 +10,11 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
+#include "persist/history/RowLimit.h"
 #include "posix/StandardDescriptors.h"
 #include "rtk/error/FatalError.h"
 #include "rtk/string/DString.h"
@@ -156,6 +158,14 @@ void openOutfile(Service& service, const char* path) {
   // If the file is missing, the service could not create it. Trying again tells why.
   const int flags = ::access(path, F_OK) == 0 ? O_RDONLY : O_RDWR | O_CREAT;
   requireSound(service, "OUTFILE", path, flags);
+}
+
+void checkRows(std::int64_t systemRows, std::int64_t zoneRows, const char* argument,
+               const char* path) {
+  if (!Pvn::Persist::History::areRowsPlausible(systemRows, zoneRows,
+                                               Pvn::Persist::History::storedSize(path))) {
+    fail(argument, path, "cannot be converted", "It has too many records for its size");
+  }
 }
 
 void checkWritten(const Service& service, const char* argument, const char* path) {

@@ -5,6 +5,8 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
+
 #include "database/metakit/Service.h"
 
 // The services that keep the databases observe no errors. Whoever converts the only copy of a
@@ -29,6 +31,10 @@ void openInfile(Pvn::Database::Metakit::Persist::Service& service, const char* p
 
 /// Opens the service of OUTFILE and checks it.
 void openOutfile(Pvn::Database::Metakit::Persist::Service& service, const char* path);
+
+/// To be called before the conversion: the file must be large enough for its rows.
+void checkRows(std::int64_t systemRows, std::int64_t zoneRows, const char* argument,
+               const char* path);
 
 /// To be called behind the last commit: all of the file must be on the device.
 void checkWritten(const Pvn::Database::Metakit::Persist::Service& service, const char* argument,

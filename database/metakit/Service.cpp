@@ -8,6 +8,7 @@
 #include <new>
 
 #include "database/metakit/Db.h"
+#include "database/metakit/Table.h"
 #include "database/metakit/Warning.h"
 
 namespace Pvn::Database::Metakit::Persist {
@@ -79,6 +80,10 @@ void Service::commit() {
     return;
   }
   writeToDevice();
+}
+
+int Service::getRowCount(const char* tableName) {
+  return _storage->GetAs((Rtk::FString<1024>(tableName) += schema).getString()).GetSize();
 }
 
 void Service::commitIfReleased() {

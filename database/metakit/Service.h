@@ -83,6 +83,10 @@ class Service : public Pvn::Database::Store::Api,
   /// once no request is on its way. REQUIRES: the store is open.
   int getCommitError() const { return _storage->Strategy()._failure; }
 
+  /// Rows of a table, which is added to the open store without a commit if it is missing: opening
+  /// it does the same. Any thread, once no request is on its way. REQUIRES: the store is open.
+  int getRowCount(const char* tableName);
+
   /// The storage, for the tables; null while closed. Server thread only.
   c4_Storage* getStorage() { return _storage; }
 

@@ -1,0 +1,64 @@
+// SPDX-FileCopyrightText: 2026 the history-convert authors
+// SPDX-License-Identifier: MIT
+
+#include <unistd.h>
+
+#include <cstdint>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "persist/history/RowLimit.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+using Pvn::Persist::History::areRowsPlausible;
+using Pvn::Persist::History::storedSize;
+
+constexpr std::int64_t mebi = 1024 * 1024;
+
+TEST(RowLimitTest, AcceptsRowsWithCompleteBodiesInAFileOfAnySize) {
+  for (const std::int64_t rows : {0, 1, 13, 10000, 1000000}) {
+    EXPECT_TRUE(areRowsPlausible(rows, 0, rows * 4624));
+    EXPECT_TRUE(areRowsPlausible(0, rows, rows * 2040));
+    EXPECT_TRUE(areRowsPlausible(rows, rows, rows * (4624 + 2040)));
+  }
+}
+
+TEST(RowLimitTest, RejectsMoreRowsThanSixteenMebibytesAndTheFileJustify) {
+  EXPECT_TRUE(areRowsPlausible(16 * mebi / 4624, 0, 63));
+  EXPECT_FALSE(areRowsPlausible(16 * mebi / 4624 + 1, 0, 63));
+  EXPECT_TRUE(areRowsPlausible(0, 16 * mebi / 2040, 63));
+  EXPECT_FALSE(areRowsPlausible(0, 16 * mebi / 2040 + 1, 63));
+  EXPECT_FALSE(areRowsPlausible(16 * mebi / 4624, 16 * mebi / 2040, 63));
+  EXPECT_TRUE(areRowsPlausible(0, 20 * mebi / 2040, 4 * mebi));
+  EXPECT_FALSE(areRowsPlausible(0, 20 * mebi / 2040 + 1, 4 * mebi));
+  EXPECT_FALSE(areRowsPlausible(INT32_MAX, INT32_MAX, INT32_MAX));
+}
+
+class StoredSizeTest : public ::testing::Test {
+ protected:
+  TestSupport::TemporaryFolder folder;
+  const std::string path = folder.path("file");
+};
+
+TEST_F(StoredSizeTest, IsTheLengthOfAFileWithoutHoles) {
+  TestSupport::writeFile(path, std::string(100000, 'x'));
+  EXPECT_EQ(storedSize(path.c_str()), 100000);
+  TestSupport::writeFile(path, "");
+  EXPECT_EQ(storedSize(path.c_str()), 0);
+}
+
+TEST_F(StoredSizeTest, LeavesOutHoles) {
+  TestSupport::writeFile(path, "x");
+  ASSERT_EQ(::truncate(path.c_str(), 100 * mebi), 0);
+  EXPECT_LT(storedSize(path.c_str()), mebi);
+}
+
+TEST_F(StoredSizeTest, IsZeroWhereThereIsNoFile) {
+  EXPECT_EQ(storedSize(path.c_str()), 0);
+  EXPECT_EQ(storedSize("/dev/null"), 0);
+}
+
+}  // namespace
