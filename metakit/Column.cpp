@@ -201,7 +201,8 @@ BytesColumn::BytesColumn(std::shared_ptr<Source> source, const BytesEntry& entry
       _kept(rows),
       _sizes(_source, entry.sizes, rows) {
   if (_source != nullptr) {
-    EntryReader(*_source).memos(entry.memos, rows, _memos);
+    const auto overrides = [this](std::int32_t row) { return _sizes.stored(row) > 0; };
+    EntryReader(*_source).memos(entry.memos, rows, overrides, _memos);
   }
   _hasOverridden = std::any_of(_memos.begin(), _memos.end(),
                                [this](const Memo& memo) { return _sizes.stored(memo.row) > 0; });

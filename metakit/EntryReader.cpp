@@ -46,6 +46,39 @@ bool Tally::addAll(WalkReader& walk, const Structure& structure, std::int32_t li
   return fits;
 }
 
+SizeSum addSizes(File& file, std::int64_t position, int width, std::int32_t rows, ByteOrder order) {
+  // As much of the column as is in memory at a time.
+  constexpr std::int64_t slice = 4 * 1024 * 1024;
+  const std::int64_t size = (std::int64_t{rows} * width + 7) / 8;
+  const std::uint8_t* column = file.bytes(position, static_cast<std::size_t>(size));
+  SizeSum total;
+  std::int64_t row = 0;
+  for (std::int64_t at = 0; column != nullptr && at < size;) {
+    const File::Range stored = file.storedFrom(position + at);
+    const std::int64_t from = std::max(at, stored.begin - position);
+    const std::int64_t to = std::min({stored.end - position, size, from + slice});
+    if (from >= to) {
+      break;
+    }
+    // All rows that have a bit here and were not added before.
+    row = std::max(row, from * 8 / width);
+    const std::int64_t end = std::min<std::int64_t>((to * 8 + width - 1) / width, rows);
+    for (; row < end; ++row) {
+      const std::int32_t value = packedGet(column, width, static_cast<std::int32_t>(row), order);
+      if (value < 0) {
+        total.negativeRow = static_cast<std::int32_t>(row);
+        return total;
+      }
+      total.sum += value;
+    }
+    if (to < size) {
+      file.letGo();
+    }
+    at = to;
+  }
+  return total;
+}
+
 bool EntryReader::extent(WalkReader& walk, Extent& block) {
   block = {};
   block.size = walk.count();
@@ -77,37 +110,8 @@ bool EntryReader::wide(WalkReader& walk, std::int32_t rows, Extent& entry) {
          (entry.size == 0 || entry.size == static_cast<std::int64_t>(rows) * wideSize);
 }
 
-bool EntryReader::bytes(WalkReader& walk, std::int32_t rows, BytesEntry& entry) {
-  if (!extent(walk, entry.data)) {
-    return false;
-  }
-  if ((entry.data.size > 0 && !packed(walk, rows, entry.sizes)) || !extent(walk, entry.memos)) {
-    return false;
-  }
-  std::vector<Memo> list;
-  return _used == nullptr || (sizesAddUp(entry, rows) && memos(entry.memos, rows, list));
-}
-
-bool EntryReader::sizesAddUp(const BytesEntry& entry, std::int32_t rows) {
-  if (entry.data.size == 0) {
-    return true;
-  }
-  const std::uint8_t* sizes = _source.bytes(entry.sizes.block);
-  if (sizes == nullptr || entry.sizes.width == 0) {
-    return false;
-  }
-  std::int64_t sum = 0;
-  for (std::int32_t row = 0; row < rows; ++row) {
-    const std::int32_t size = packedGet(sizes, entry.sizes.width, row, _source.order());
-    if (size < 0) {
-      return false;
-    }
-    sum += size;
-  }
-  return sum == entry.data.size;
-}
-
-bool EntryReader::memos(Extent block, std::int32_t rows, std::vector<Memo>& list) {
+template <class Note>
+bool EntryReader::memoWalk(Extent block, std::int32_t rows, const Note& note) {
   const std::uint8_t* bytes = _source.bytes(block);
   if (bytes == nullptr) {
     return block.size == 0;
@@ -121,9 +125,54 @@ bool EntryReader::memos(Extent block, std::int32_t rows, std::vector<Memo>& list
       return false;
     }
     memo.row = static_cast<std::int32_t>(row++);
-    list.push_back(memo);
+    note(memo, walk.atEnd());
   }
   return true;
+}
+
+bool EntryReader::bytes(WalkReader& walk, std::int32_t rows, BytesEntry& entry) {
+  if (!extent(walk, entry.data)) {
+    return false;
+  }
+  if ((entry.data.size > 0 && !packed(walk, rows, entry.sizes)) || !extent(walk, entry.memos)) {
+    return false;
+  }
+  const auto ignore = [](const Memo& /*memo*/, bool /*isLast*/) {};
+  return _used == nullptr || (sizesAddUp(entry, rows) && memoWalk(entry.memos, rows, ignore));
+}
+
+bool EntryReader::sizesAddUp(const BytesEntry& entry, std::int32_t rows) {
+  if (entry.data.size == 0) {
+    return true;
+  }
+  if (entry.sizes.width == 0) {
+    return false;
+  }
+  const SizeSum total = addSizes(_source.file(), _source.base() + entry.sizes.block.position,
+                                 entry.sizes.width, rows, _source.order());
+  return total.negativeRow < 0 && total.sum == entry.data.size;
+}
+
+bool EntryReader::memos(Extent block, std::int32_t rows,
+                        const std::function<bool(std::int32_t)>& overrides,
+                        std::vector<Memo>& list) {
+  const auto isListed = [&overrides](const Memo& memo, bool isLast) {
+    return memo.block.size > 0 || isLast || overrides(memo.row);
+  };
+  // Counted first: a list that grows takes up to three times its size.
+  std::size_t count = 0;
+  const auto add = [&](const Memo& memo, bool isLast) {
+    count += isListed(memo, isLast) ? 1U : 0U;
+  };
+  if (!memoWalk(block, rows, add)) {
+    return false;
+  }
+  list.reserve(count);
+  return memoWalk(block, rows, [&](const Memo& memo, bool isLast) {
+    if (isListed(memo, isLast)) {
+      list.push_back(memo);
+    }
+  });
 }
 
 bool EntryReader::view(WalkReader& walk, std::int32_t rows, const Structure& structure,

@@ -34,6 +34,17 @@ struct Memo {
   Extent block;
 };
 
+/// What the sizes of a column's items add up to.
+struct SizeSum {
+  std::int64_t sum = 0;
+  /// The first row whose size is negative, at which the sum ends; none when it is -1.
+  std::int32_t negativeRow = -1;
+};
+
+/// Adds up a column of `rows` sizes of `width` > 0 bits at `position` of the file. Neither time nor
+/// memory grow with the holes of the file. REQUIRES: the file holds the column.
+SizeSum addSizes(File& file, std::int64_t position, int width, std::int32_t rows, ByteOrder order);
+
 /// How much the tables of a file come to, whether it takes bytes or not: what is 0 or empty takes
 /// none, and a few bytes could claim more than anybody can read. Counted over the whole file.
 class Tally {
@@ -92,10 +103,15 @@ class EntryReader {
   /// The number of rows and the entries of all columns, nested ones too.
   bool rows(WalkReader& walk, const Structure& structure, int depth = 0);
 
-  /// The entries of a memo walk, in row order.
-  bool memos(Extent block, std::int32_t rows, std::vector<Memo>& list);
+  /// The entries of a memo walk, in row order. Of those without bytes, only the last entry of all
+  /// and those that override an inline item, as `overrides` says of the row.
+  bool memos(Extent block, std::int32_t rows, const std::function<bool(std::int32_t)>& overrides,
+             std::vector<Memo>& list);
 
  private:
+  /// Passes each entry of a memo walk to `note`.
+  template <class Note>
+  bool memoWalk(Extent block, std::int32_t rows, const Note& note);
   bool extent(WalkReader& walk, Extent& block);
   bool sizesAddUp(const BytesEntry& entry, std::int32_t rows);
 

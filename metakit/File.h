@@ -41,6 +41,14 @@ class File {
   /// Blocks until everything written is on the device.
   virtual int flush() = 0;
 
+  /// The first bytes from `offset` on that the file system stores, up to the next hole; what is
+  /// between holds zeros. Empty when only a hole follows. REQUIRES: offset <= length().
+  struct Range {
+    std::int64_t begin;
+    std::int64_t end;
+  };
+  virtual Range storedFrom(std::int64_t offset) { return {offset, length()}; }
+
   /// Lets the file go. What it holds can still be had by bytes(), no other operation may follow.
   virtual void close() = 0;
 };

@@ -98,6 +98,16 @@ void PosixFile::letGo() {
   }
 }
 
+File::Range PosixFile::storedFrom(std::int64_t offset) {
+  const off_t data = ::lseek(_descriptor, offset, SEEK_DATA);
+  if (data < 0 && errno == ENXIO) {
+    return {_length, _length};
+  }
+  // Some file systems do not report holes.
+  const off_t hole = data >= 0 ? ::lseek(_descriptor, data, SEEK_HOLE) : -1;
+  return hole > data ? Range{data, hole} : Range{offset, _length};
+}
+
 bool PosixFile::map(std::uint64_t size) {
   if (size > static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max())) {
     return false;

@@ -33,6 +33,7 @@ class PosixFile : public File {
   bool writable() const override { return _writable; }
   const std::uint8_t* bytes(std::int64_t offset, std::size_t size) override;
   void letGo() override;
+  Range storedFrom(std::int64_t offset) override;
   int write(std::int64_t offset, const void* bytes, std::size_t size) override;
   int truncate(std::int64_t length) override;
   int flush() override;

@@ -16,6 +16,7 @@
 
 #include <gtest/gtest.h>
 
+#include "metakit/EntryReader.h"
 #include "metakit/PosixFile.h"
 #include "metakit/mk4.h"
 #include "tests/support/Child.h"
@@ -218,6 +219,61 @@ TEST_F(PosixFileTest, KeepsAStorageWhenTextIsPrintedToAClosedDescriptor) {
   EXPECT_TRUE(found.Strategy().IsValid());
   EXPECT_EQ(found.GetAs("T[Key:I]").GetSize(), 1);
   EXPECT_EQ(TestSupport::readFile(database).find("text"), std::string::npos);
+}
+
+/// A file of bytes with holes between them.
+class HolesTest : public ::testing::Test {
+ protected:
+  static constexpr std::int64_t length = 20 * 1024 * 1024;
+
+  HolesTest() {
+    TestSupport::writeFile(path, "");
+    EXPECT_EQ(::truncate(path.c_str(), length), 0);
+    file = Metakit::PosixFile::open(path.c_str(), true);
+    for (const std::int64_t at : {100, 4095, 70000, 9000000, 9000004}) {
+      EXPECT_EQ(file->write(at, "\x15\x01\x42", 3), 0);
+    }
+  }
+
+  const TestSupport::TemporaryFolder folder;
+  const std::string path = folder.path("file");
+  std::unique_ptr<Metakit::File> file;
+};
+
+TEST_F(HolesTest, AreNotStored) {
+  std::int64_t stored = 0;
+  for (std::int64_t at = 0; at < length;) {
+    const Metakit::File::Range range = file->storedFrom(at);
+    EXPECT_GE(range.begin, at);
+    stored += range.end - range.begin;
+    at = range.begin < range.end ? range.end : length;
+  }
+  EXPECT_GE(stored, 15);
+  EXPECT_LT(stored, 1024 * 1024);
+}
+
+TEST_F(HolesTest, CountAsSizesOfZero) {
+  const std::uint8_t* bytes = file->bytes(0, length);
+  for (const std::int32_t position : {8, 97, 98, 99, 4096}) {
+    for (const int width : {1, 2, 4, 8, 16, 32}) {
+      const auto rows = static_cast<std::int32_t>((length - position - 8) * 8 / width);
+      std::int64_t sum = 0;
+      for (std::int32_t row = 0; row < rows; ++row) {
+        sum += Metakit::packedGet(bytes + position, width, row, Metakit::ByteOrder::Little);
+      }
+      const Metakit::SizeSum total =
+          Metakit::addSizes(*file, position, width, rows, Metakit::ByteOrder::Little);
+      EXPECT_EQ(total.negativeRow, -1) << position << ' ' << width;
+      EXPECT_EQ(total.sum, sum) << position << ' ' << width;
+    }
+  }
+}
+
+TEST_F(HolesTest, DoNotHideANegativeSize) {
+  ASSERT_EQ(file->write(12000000, "\xFF", 1), 0);
+  const Metakit::SizeSum total =
+      Metakit::addSizes(*file, 1000000, 8, 15000000, Metakit::ByteOrder::Little);
+  EXPECT_EQ(total.negativeRow, 11000000);
 }
 
 }  // namespace

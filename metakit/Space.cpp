@@ -15,11 +15,14 @@ bool Space::reset(std::int32_t end, std::vector<Extent> used) {
   _gaps.clear();
   _gapsBySize.clear();
   _end = std::max(end, markSize);
-  // Mostly in order, as the rows were appended, which std::sort is slow at.
-  std::stable_sort(used.begin(), used.end(),
-                   [](const Extent& a, const Extent& b) { return a.position < b.position; });
+  const auto isBefore = [](const Extent& a, const Extent& b) { return a.position < b.position; };
+  // Mostly in order, as the rows were appended, which std::sort is slow at. Sorting takes memory.
+  if (!std::is_sorted(used.begin(), used.end(), isBefore)) {
+    std::stable_sort(used.begin(), used.end(), isBefore);
+  }
   std::int32_t free = markSize;
   const std::int32_t limit = std::max(end - tailSize, markSize);
+  std::size_t gaps = 0;
   for (const Extent& block : used) {
     if (block.size == 0) {
       continue;
@@ -27,10 +30,17 @@ bool Space::reset(std::int32_t end, std::vector<Extent> used) {
     if (block.position < free || block.size < 0 || block.size > limit - block.position) {
       return false;
     }
-    if (block.position > free) {
+    gaps += block.position > free ? 1U : 0U;
+    free = block.position + block.size;
+  }
+  // Counted first: a list that grows takes up to three times its size.
+  _found.reserve(gaps + 1);
+  free = markSize;
+  for (const Extent& block : used) {
+    if (block.size > 0 && block.position > free) {
       _found.push_back({free, block.position - free});
     }
-    free = block.position + block.size;
+    free = std::max(free, block.position + block.size);
   }
   if (limit > free) {
     _found.push_back({free, limit - free});
