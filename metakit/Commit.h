@@ -68,7 +68,7 @@ class Commit {
   void fail() { _failed = true; }
 
   /// To be called around the rows of a nested view, which must not nest too deep to be read again.
-  void enter() { _failed = ++_depth > maxNesting || _failed; }
+  bool enter() { return ++_depth <= maxNesting; }
   void leave() { --_depth; }
 
   /// The block is not used any more when this commit is complete.

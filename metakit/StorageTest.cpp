@@ -283,9 +283,9 @@ TEST_F(StorageTest, RowsThatNestTooDeepAreNotWritten) {
       level = nodes(level[0]);
     }
   };
-  grow(Metakit::maxNesting);
+  grow(Metakit::maxNesting + 1);
   EXPECT_FALSE(storage.Commit()) << "what could not be read again";
-  grow(Metakit::maxNesting - 1);
+  grow(Metakit::maxNesting);
   EXPECT_TRUE(storage.Commit());
   EXPECT_TRUE(c4_Storage(path, 0).Strategy().IsValid());
 }
