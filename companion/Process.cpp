@@ -10,14 +10,19 @@
 
 #include "companion/Cleanup.h"
 #include "companion/Trouble.h"
+#include "posix/BusError.h"
 #include "posix/StandardDescriptors.h"
 
 namespace Companion {
 
 namespace {
 
-extern "C" void endForUnreadableFile(int /*signal*/) {
+extern "C" void handleBusError(int /*signal*/, siginfo_t* info, void* /*context*/) {
   cleanUp();
+  if (!BusError::isUnreadablePage(info->si_code)) {
+    BusError::endBySignal();
+    return;
+  }
   constexpr std::string_view message =
       "history-db: A file cannot be read to its end: its device failed, or it was cut off.\n";
   if (::write(STDERR_FILENO, message.data(), message.size()) < 0) {
@@ -39,7 +44,8 @@ bool prepareProcess() {
     return false;
   }
   struct sigaction action = {};
-  action.sa_handler = endForUnreadableFile;
+  action.sa_sigaction = handleBusError;
+  action.sa_flags = SA_SIGINFO;
   ::sigaction(SIGBUS, &action, nullptr);
   action.sa_handler = removeAndEnd;
   action.sa_flags = static_cast<int>(SA_RESETHAND);

@@ -80,6 +80,18 @@ TEST_F(ProcessDeathTest, EndsWhenAFileIsCutOffUnderIt) {
   EXPECT_FALSE(std::filesystem::exists(folder.path("begun")));
 }
 
+TEST_F(ProcessDeathTest, OtherBusErrorsEndItByTheSignal) {
+  const Outcome outcome = inChild([&] {
+    const rlimit none = {0, 0};
+    ::setrlimit(RLIMIT_CORE, &none);
+    prepareProcess();
+    const NewFile begun(folder.path("begun"), false);
+    ::raise(SIGBUS);
+  });
+  EXPECT_EQ(outcome, (Outcome{128 + SIGBUS, "", ""}));
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path("")));
+}
+
 TEST_F(ProcessDeathTest, LimitOfTheFileSizeIsAnError) {
   const Outcome outcome = inChild([&] {
     prepareProcess();

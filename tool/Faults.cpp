@@ -6,29 +6,21 @@
 #include <csignal>
 #include <new>
 
+#include "posix/BusError.h"
 #include "rtk/error/FatalError.h"
 
 namespace {
-
-/// Whether the signal means that the page just read cannot be loaded from its file. Other causes
-/// are errors of the program, such as an address that is not aligned, and signals from other
-/// processes. BUS_MCEERR_AO is not included: it can come at any moment, not only in a read.
-bool isUnreadablePage(int code) {
-  return code == BUS_ADRERR || code == BUS_OBJERR || code == BUS_MCEERR_AR;
-}
 
 /// An unreadable page ends the process like every fatal error: with the logging lock, so the record
 /// is not mixed with that of another thread, and through exit(), so printed warnings are not lost.
 /// Signal handlers generally must not call such functions, because the signal may have interrupted
 /// one of them. This one comes from an instruction that reads a mapped file. Only `metakit/` has
 /// those, and never within a function of the C library that takes a lock.
-extern "C" void handleBusError(int signal, siginfo_t* info, void* /*context*/) {
-  if (isUnreadablePage(info->si_code)) {
+extern "C" void handleBusError(int /*signal*/, siginfo_t* info, void* /*context*/) {
+  if (BusError::isUnreadablePage(info->si_code)) {
     Rtk::FatalError::logRawAndExit("A file cannot be read. Its device failed, or it was cut off");
   }
-  // Ends the process as if there were no handler: by the signal, with a core dump.
-  std::signal(signal, SIG_DFL);
-  std::raise(signal);
+  BusError::endBySignal();
 }
 
 }  // namespace
