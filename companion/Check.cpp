@@ -231,6 +231,10 @@ void checkStructure(const InspectedTable& table, const Inspection& inspection, F
     findings.addError(where, "its structure is [{}], not [Key:I,Record:B]",
                       printable(inspection.views[*table.view].structure, longest));
   }
+  if (table.hasTooManyRows) {
+    findings.addError(where, "it has too many rows for the size of the file, {}; none is checked",
+                      *inspection.views[*table.view].rows);
+  }
 }
 
 void checkSizes(const InspectedTable& table, Findings& findings) {

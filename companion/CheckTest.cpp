@@ -272,4 +272,11 @@ TEST_F(CheckTest, PrintsALineOfJsonForEachFile) {
             folder.path("missing") + ": It cannot be opened. No such file or directory.");
 }
 
+TEST_F(CheckTest, ReportsMoreRowsThanTheFileIsLargeEnoughFor) {
+  make("ZoneHistory", std::vector<Row>(10000));
+  EXPECT_EQ(findings(),
+            "error: ZoneHistory: it has too many rows for the size of the file, 10000; none is "
+            "checked\n");
+}
+
 }  // namespace

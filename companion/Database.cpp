@@ -9,23 +9,31 @@
 #include "metakit/File.h"
 #include "metakit/Sequence.h"
 #include "metakit/Structure.h"
+#include "persist/history/RowLimit.h"
 
 namespace Companion {
 
 namespace {
 
-/// Lists the rows of a table. Properties that the view of the file has besides are left aside.
-void read(Metakit::Datafile& file, Table& table) {
-  const auto view = file.view(std::string(table.name.name) + "[Key:I,Record:B]");
-  const auto& keys = static_cast<Metakit::IntColumn&>(view->columnAt(0));
-  const auto& records = static_cast<Metakit::BytesColumn&>(view->columnAt(1));
-  table.rows.reserve(static_cast<std::size_t>(view->rows()));
-  for (std::int32_t row = 0; row < view->rows(); ++row) {
+/// A table, without other properties that the view of the file has.
+std::shared_ptr<Metakit::Sequence> viewOf(Metakit::Datafile& file, const Table& table) {
+  return file.view(std::string(table.name.name) + "[Key:I,Record:B]");
+}
+
+/// Lists the rows of a table. Returns the bytes of their bodies.
+std::int64_t read(const Metakit::Sequence& view, Table& table) {
+  const auto& keys = static_cast<Metakit::IntColumn&>(view.columnAt(0));
+  const auto& records = static_cast<Metakit::BytesColumn&>(view.columnAt(1));
+  std::int64_t bytes = 0;
+  table.rows.reserve(static_cast<std::size_t>(view.rows()));
+  for (std::int32_t row = 0; row < view.rows(); ++row) {
     const Metakit::BytesColumn::Item body = records.at(row);
     table.rows.push_back(
         {keys.at(row),
          {reinterpret_cast<const char*>(body.bytes), static_cast<std::size_t>(body.size)}});
+    bytes += body.size;
   }
+  return bytes;
 }
 
 }  // namespace
@@ -52,10 +60,31 @@ Database::Database(const InputFile& file)
       _otherViews.push_back(field.name);
     }
   }
+  const std::int64_t stored = Pvn::Persist::History::storedSize(file.name().c_str());
+  checkRows(file.name(), stored);
+  std::int64_t bytes = 0;
   for (Table& table : _tables) {
     if (table.exists) {
-      read(*_file, table);
+      bytes += read(*viewOf(*_file, table), table);
     }
+  }
+  // What is read and printed of them must not grow with the holes of the file.
+  constexpr std::int64_t freeBytes = 16 * 1024 * 1024;
+  if (bytes > stored + freeBytes) {
+    throw Trouble(file.name() + ": Its records take more bytes than the file stores.");
+  }
+}
+
+void Database::checkRows(const std::string& path, std::int64_t stored) const {
+  std::int64_t systemRows = 0;
+  std::int64_t zoneRows = 0;
+  for (const Table& table : _tables) {
+    if (table.exists) {
+      (table.name.kind == Kind::System ? systemRows : zoneRows) += viewOf(*_file, table)->rows();
+    }
+  }
+  if (!Pvn::Persist::History::areRowsPlausible(systemRows, zoneRows, stored)) {
+    throw Trouble(path + ": It has too many records for its size.");
   }
 }
 

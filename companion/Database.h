@@ -52,8 +52,8 @@ struct Table {
 /// file. One thread at a time.
 class Database {
  public:
-  /// Opens the file and lists the rows. Throws Trouble when it cannot be opened, is no database or
-  /// is damaged. A file of length 0 has no tables.
+  /// Opens the file and lists the rows. Throws Trouble when it cannot be opened, is no database, is
+  /// damaged or has too many records for its size. A file of length 0 has no tables.
   explicit Database(const std::string& path);
   explicit Database(const InputFile& file);
   ~Database();
@@ -67,6 +67,9 @@ class Database {
   const std::vector<std::string>& otherViews() const { return _otherViews; }
 
  private:
+  /// Throws Trouble when there are more records than a file of that size may have.
+  void checkRows(const std::string& path, std::int64_t stored) const;
+
   std::unique_ptr<Metakit::Datafile> _file;
   std::array<Table, tableNames.size()> _tables;
   std::vector<std::string> _otherViews;

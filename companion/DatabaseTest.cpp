@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include "companion/NewDatabase.h"
 #include "companion/Trouble.h"
+#include "tests/support/Child.h"
 #include "tests/support/Golden.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -64,6 +66,46 @@ TEST(DatabaseTest, OfNoBytesHasNoTables) {
   const Database database(path);
   for (const Companion::Table& table : database.tables()) {
     EXPECT_FALSE(table.exists);
+  }
+}
+
+TEST(DatabaseTest, RejectsMoreRecordsThanTheFileIsLargeEnoughFor) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path("file.mk");
+  {
+    Companion::NewDatabase database(path);
+    database.addTable("TormaQuilletHistory");
+    for (int row = 0; row < 4000; ++row) {
+      database.addRow(row, "");
+    }
+    database.commit();
+  }
+  try {
+    const Database database(path);
+    ADD_FAILURE() << "no trouble";
+  } catch (const Trouble& trouble) {
+    EXPECT_EQ(trouble.what(), path + ": It has too many records for its size.");
+  }
+}
+
+TEST(DatabaseTest, RejectsRecordsThatAreHoles) {
+  constexpr std::int32_t size = 40 * 1024 * 1024;
+  const TemporaryFolder folder;
+  const std::string path = folder.path("file.mk");
+  {
+    Companion::NewDatabase database(path);
+    database.addTable("ZoneHistory");
+    database.addRow(1, std::string(size, '\0'));
+    database.commit();
+  }
+  EXPECT_EQ(Database(path).tables()[2].rows[0].body.size(), std::size_t{size});
+  const std::string sparse = folder.path("sparse.mk");
+  ASSERT_EQ(TestSupport::run({"/bin/cp", "--sparse=always", path, sparse}).status, 0);
+  try {
+    const Database database(sparse);
+    ADD_FAILURE() << "no trouble";
+  } catch (const Trouble& trouble) {
+    EXPECT_EQ(trouble.what(), sparse + ": Its records take more bytes than the file stores.");
   }
 }
 

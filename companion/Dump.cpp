@@ -193,6 +193,7 @@ class JsonDump {
       _output << ", \"bytes\": \"";
       _output.bytes(row.body);
       _output << "\"}";
+      _output.printMuch();
       return;
     }
     _output << ", \"header\": {";

@@ -6,12 +6,15 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "companion/Console.h"
 #include "companion/Layout.h"
 #include "companion/NewDatabase.h"
 #include "companion/ProgramTesting.h"
@@ -259,6 +262,37 @@ TEST_F(DumpTest, PrintsNothingOfWhatCannotBeRead) {
   const Outcome outcome = historyDb({"dump", path});
   EXPECT_EQ(outcome.status, 2);
   EXPECT_EQ(outcome.standardOutput, "");
+}
+
+TEST_F(DumpTest, PrintsEmptyRecordsInParts) {
+  {
+    Companion::NewDatabase database(path);
+    database.addTable("ZoneHistory");
+    for (int row = 0; row < 8000; ++row) {
+      database.addRow(row, "");
+    }
+    database.commit();
+  }
+  for (const char* format : {"json", "jsonl", "csv"}) {
+    std::size_t largest = 0;
+    std::FILE* const output = ::fopencookie(&largest, "w",
+                                            {nullptr,
+                                             [](void* cookie, const char*, std::size_t size) {
+                                               auto& most = *static_cast<std::size_t*>(cookie);
+                                               most = std::max(most, size);
+                                               return static_cast<ssize_t>(size);
+                                             },
+                                             nullptr, nullptr});
+    std::setvbuf(output, nullptr, _IONBF, 0);
+    Companion::Console console(output, stderr);
+    Companion::DumpOptions options;
+    options.file = path;
+    options.format = format;
+    Companion::dump(options, console);
+    std::fclose(output);
+    EXPECT_GT(largest, 1000U) << format;
+    EXPECT_LT(largest, 100000U) << format;
+  }
 }
 
 }  // namespace

@@ -35,11 +35,14 @@ struct History {
   std::optional<std::int32_t> lastKey;
   /// Rows whose key a row before them has.
   std::size_t duplicates = 0;
+  /// Whether the records are too many for the size of the file; then nothing is known of them.
+  bool areTooMany = false;
 };
 
 History historyOf(const InspectedTable& table) {
   History history;
   history.name = table.name;
+  history.areTooMany = table.hasTooManyRows;
   std::vector<std::int32_t> keys;
   keys.reserve(table.rows.size());
   for (const InspectedRow& row : table.rows) {
@@ -122,6 +125,10 @@ std::string stateOf(const Inspection& inspection) {
 void add(Facts& facts, const History& history) {
   const std::string name = history.name.name;
   facts.add(name + " kind", nameOf(history.name.kind));
+  if (history.areTooMany) {
+    facts.add(name + " records", "too many for the size of the file");
+    return;
+  }
   facts.add(name + " schema", nameOf(history.schema));
   if (!history.otherSizes.empty()) {
     std::string sizes;
@@ -192,6 +199,7 @@ Json toJson(const History& history) {
   json["firstKey"] = history.firstKey ? Json(*history.firstKey) : Json();
   json["lastKey"] = history.lastKey ? Json(*history.lastKey) : Json();
   json["duplicateKeys"] = history.duplicates;
+  json["tooManyRecords"] = history.areTooMany;
   return json;
 }
 

@@ -167,4 +167,26 @@ TEST_F(InfoTest, PrintsTheSameWithManyJobs) {
   EXPECT_EQ(info(arguments), expected);
 }
 
+TEST_F(InfoTest, ReportsMoreRecordsThanTheFileIsLargeEnoughFor) {
+  {
+    Companion::NewDatabase database(path);
+    database.addTable("nativeZoneHistory");
+    for (int row = 0; row < 10000; ++row) {
+      database.addRow(row, "");
+    }
+    database.commit();
+  }
+  const Outcome outcome = info({path});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.standardOutput.substr(outcome.standardOutput.find("view ")),
+            "view nativeZoneHistory: [Key:I,Record:B], 10000 rows\n"
+            "nativeZoneHistory kind: Zone\n"
+            "nativeZoneHistory records: too many for the size of the file\n");
+  const auto json = nlohmann::json::parse(info({"--json", path}).standardOutput);
+  EXPECT_EQ(json["histories"][0]["tooManyRecords"], true);
+  const auto other =
+      nlohmann::json::parse(info({"--json", goldenFile("typical.mk").path}).standardOutput);
+  EXPECT_EQ(other["histories"][0]["tooManyRecords"], false);
+}
+
 }  // namespace

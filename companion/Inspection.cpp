@@ -6,7 +6,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <deque>
 #include <limits>
+#include <tuple>
 #include <utility>
 
 #include "companion/Printable.h"
@@ -14,6 +16,7 @@
 #include "metakit/EntryReader.h"
 #include "metakit/File.h"
 #include "metakit/Structure.h"
+#include "persist/history/RowLimit.h"
 
 namespace Companion {
 
@@ -258,7 +261,8 @@ class Walk {
     return true;
   }
 
-  bool items(WalkReader& walk, std::int32_t rows, std::int32_t place, BytesColumn& column) {
+  bool items(WalkReader& walk, std::int32_t rows, std::int32_t place, bool keepsMemos,
+             BytesColumn& column) {
     const Where where{place};
     if (!read(walk, where, column.data)) {
       return false;
@@ -273,7 +277,8 @@ class Walk {
     if (!read(walk, memosWhere, memos)) {
       return false;
     }
-    column.hasMemos = memos.isSound && listMemos(memos.block, rows, memosWhere, column);
+    column.hasMemos = memos.isSound && listMemos(memos.block, rows, memosWhere,
+                                                 keepsMemos ? &column.memos : nullptr);
     return !_stops;
   }
 
@@ -286,27 +291,26 @@ class Walk {
     if (!column.sizes.entry.isSound) {
       return false;
     }
-    std::int64_t sum = 0;
+    Metakit::SizeSum total;
+    const Extent sizes = column.sizes.entry.block;
     if (column.sizes.width > 0) {
-      const std::uint8_t* sizes = bytes(column.sizes.entry.block);
-      for (std::int32_t row = 0; row < rows; ++row) {
-        const std::int32_t size = Metakit::packedGet(sizes, column.sizes.width, row, _commit.order);
-        if (size < 0) {
-          fault({where.place, row, Part::Item}, "an item of {} bytes", size);
-          return false;
-        }
-        sum += size;
-      }
+      total = Metakit::addSizes(*_result.file, positionOf(sizes), column.sizes.width, rows,
+                                _commit.order);
     }
-    if (sum != data.size) {
-      fault(where, "items of {} bytes in a block of {} bytes at {}", sum, data.size,
+    if (const std::int32_t row = total.negativeRow; row >= 0) {
+      fault({where.place, row, Part::Item}, "an item of {} bytes",
+            Metakit::packedGet(bytes(sizes), column.sizes.width, row, _commit.order));
+      return false;
+    }
+    if (total.sum != data.size) {
+      fault(where, "items of {} bytes in a block of {} bytes at {}", total.sum, data.size,
             positionOf(data));
     }
-    return sum == data.size;
+    return total.sum == data.size;
   }
 
   /// Whether the whole list could be read.
-  bool listMemos(Extent block, std::int32_t rows, const Where& where, BytesColumn& column) {
+  bool listMemos(Extent block, std::int32_t rows, const Where& where, std::vector<Memo>* memos) {
     if (block.size == 0) {
       return true;
     }
@@ -329,7 +333,9 @@ class Walk {
       if (!read(walk, {where.place, memo.row, Part::Item}, memo.entry)) {
         return false;
       }
-      column.memos.push_back(memo);
+      if (memos != nullptr) {
+        memos->push_back(memo);
+      }
       ++row;
     }
     return true;
@@ -381,6 +387,7 @@ class Walk {
     if (depth == 1) {
       _result.views[_view].rows = rows;
       history.table = tableOf(_view);
+      countRows(history.table, rows);
     }
     if (!count(1, rows, structure, where)) {
       return false;
@@ -426,8 +433,9 @@ class Walk {
           break;
         default: {
           BytesColumn column;
-          goesOn = items(walk, rows, place, column);
-          if (history->table != nullptr && isRecord(field)) {
+          const bool isBody = history->table != nullptr && isRecord(field);
+          goesOn = items(walk, rows, place, isBody && !history->table->hasTooManyRows, column);
+          if (isBody) {
             history->records = std::move(column);
           }
         }
@@ -511,8 +519,17 @@ class Walk {
     return nullptr;
   }
 
+  /// Counts the rows of a history table, if it is one.
+  void countRows(InspectedTable* table, std::int32_t rows) {
+    if (table != nullptr && table->hasColumns) {
+      (table->name.kind == Kind::System ? _systemRows : _zoneRows) += rows;
+      table->hasTooManyRows =
+          !Pvn::Persist::History::areRowsPlausible(_systemRows, _zoneRows, _result.stored);
+    }
+  }
+
   void listRows(const History& history, std::int32_t rows) {
-    if (history.table == nullptr || !history.table->hasColumns) {
+    if (history.table == nullptr || !history.table->hasColumns || history.table->hasTooManyRows) {
       return;
     }
     std::vector<InspectedRow>& list = history.table->rows;
@@ -561,9 +578,14 @@ class Walk {
   // ---- Space ----
 
   void overlaps() {
-    std::stable_sort(_blocks.begin(), _blocks.end(), [](const Block& a, const Block& b) {
-      return a.extent.position < b.extent.position;
-    });
+    // Of two blocks at one position, the one that was met first comes first.
+    const auto isBefore = [](const Block& a, const Block& b) {
+      return std::tie(a.extent.position, a.where.place, a.where.row, a.where.part) <
+             std::tie(b.extent.position, b.where.place, b.where.row, b.where.part);
+    };
+    if (!std::is_sorted(_blocks.begin(), _blocks.end(), isBefore)) {
+      std::sort(_blocks.begin(), _blocks.end(), isBefore);
+    }
     _result.live = markSize + tailSize;
     const Block* furthest = nullptr;
     std::int32_t end = markSize;
@@ -595,12 +617,16 @@ class Walk {
   const std::int32_t _limit;
   std::unique_ptr<Structure> _structure;
   std::vector<Place> _places;
-  std::vector<Block> _blocks;
+  /// Not in one piece: there may be millions, and a vector that grows takes three times their size.
+  std::deque<Block> _blocks;
   /// The view of the root that is looked at.
   std::size_t _view = 0;
   /// Bytes of all walks that were followed.
   std::int64_t _walked = 0;
   Metakit::Tally _tally;
+  /// Rows of history tables met.
+  std::int64_t _systemRows = 0;
+  std::int64_t _zoneRows = 0;
   /// Cells met.
   std::int64_t _effort = 0;
   bool _stops = false;
@@ -615,9 +641,11 @@ std::int64_t follow(Inspection& inspection, const CommitFound& commit) {
 }
 
 /// The same file with nothing known about it yet.
-Inspection begun(const std::shared_ptr<File>& file, const std::uint8_t* bytes) {
+Inspection begun(const std::shared_ptr<File>& file, const std::uint8_t* bytes,
+                 std::int64_t stored) {
   Inspection inspection;
   inspection.file = file;
+  inspection.stored = stored;
   inspection.bytes = bytes;
   inspection.length = file->length();
   for (std::size_t i = 0; i < tableNames.size(); ++i) {
@@ -730,7 +758,7 @@ Inspection inspect(const InputFile& input) {
       throw Trouble(input.name() + ": It cannot be read.");
     }
   }
-  Inspection inspection = begun(file, bytes);
+  Inspection inspection = begun(file, bytes, Pvn::Persist::History::storedSize(input.name().c_str()));
   if (const auto commit = lastCommit(inspection)) {
     inspection.behind = inspection.length - commit->base - commit->end;
     follow(inspection, *commit);
@@ -794,7 +822,7 @@ std::optional<Inspection> inspectOlder(const Inspection& last) {
   std::pair<std::size_t, std::int64_t> mostRows;
   // Gives whether it has no fault.
   const auto attempt = [&](const CommitFound& commit) {
-    Inspection older = begun(last.file, last.bytes);
+    Inspection older = begun(last.file, last.bytes, last.stored);
     effort += follow(older, commit);
     const std::pair rows(older.completeRows(), older.knownRows());
     const bool isSound = older.faultCount == 0;

@@ -73,6 +73,8 @@ struct InspectedTable {
   bool hasColumns = false;
   /// Whether they are all it has, in this order.
   bool isUsual = false;
+  /// Whether it has more rows than a file of that size may have; then none are listed.
+  bool hasTooManyRows = false;
   std::vector<InspectedRow> rows;
 
   std::size_t completeRows() const;
@@ -92,8 +94,8 @@ struct CommitFound {
 
 /// What a datafile is and what is wrong with it, as its bytes alone tell. Unlike the engine, which
 /// refuses a file at the first fault, the inspection goes on wherever it can; it finds no fault in
-/// just those files that the engine opens. Time and memory are bound by the length of the file,
-/// whatever it says. Keeps the file open as long as it lives, and never writes to it.
+/// just those files that the engine opens. Time and memory are limited by the bytes that the file
+/// system stores for the file. Keeps the file open as long as it lives, and never writes to it.
 struct Inspection {
   /// Faults that are kept; the others are only counted.
   static constexpr std::size_t mostFaults = 1000;
@@ -102,6 +104,8 @@ struct Inspection {
   /// All of it; null when it has none.
   const std::uint8_t* bytes = nullptr;
   std::int64_t length = 0;
+  /// Without the holes.
+  std::int64_t stored = 0;
   FileState state = FileState::NoDatafile;
   /// The last one; none in a file that is empty or has no marks.
   std::optional<CommitFound> commit;
