@@ -53,7 +53,7 @@ if(SANITIZED)
     # Their strcasecmp knows the letters of ASCII only.
     StringLocaleTest.IgnoresTheCaseOfItsLetters
     # These start hundreds of processes, each of which does the same with one call failing.
-    "*/InterruptedMigrationTest.*")
+    "*/InterruptedMigrationTest.*" "ExchangedFilesTest.*")
 endif()
 if(NOT PLAIN_BUILD)
   # Some of the histories of files do, each takes seconds.

@@ -52,9 +52,11 @@ class MigrateSafetyTest : public CompanionTesting::MigrateFixture {
   }
 };
 
+class ExchangedFilesTest : public MigrateSafetyTest {};
+
 /// The owner of the folder exchanges whatever is hidden in it, at any moment, for links to a file
 /// of somebody else and to one that does not exist.
-TEST_F(MigrateSafetyTest, AnExchangedTemporaryFileHarmsNobody) {
+TEST_F(ExchangedFilesTest, AnExchangedTemporaryFileHarmsNobody) {
   const std::string victim = scripts.path("victim");
   const std::string created = scripts.path("created");
   writeFile(victim, "secret");
@@ -97,7 +99,7 @@ TEST_F(MigrateSafetyTest, AnExchangedTemporaryFileHarmsNobody) {
 }
 
 /// The owner of the folder puts one that everybody can enter in the place of the private one.
-TEST_F(MigrateSafetyTest, AFolderOfOthersIsNotUsed) {
+TEST_F(ExchangedFilesTest, AFolderOfOthersIsNotUsed) {
   const std::string attack =
       script("cd '" + folder.path("") +
              "' || exit 1\n"
@@ -120,7 +122,7 @@ TEST_F(MigrateSafetyTest, AFolderOfOthersIsNotUsed) {
 }
 
 /// Somebody puts another file in the place of the one that is converted, at any moment.
-TEST_F(MigrateSafetyTest, AnotherFileIsNotReplaced) {
+TEST_F(ExchangedFilesTest, AnotherFileIsNotReplaced) {
   const std::string other = scripts.path("other");
   const std::string attack =
       "cp '" + other + "' '" + file + ".x'; mv '" + file + ".x' '" + file + "'";
