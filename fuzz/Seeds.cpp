@@ -9,6 +9,7 @@
 #include <functional>
 #include <utility>
 
+#include "fuzz/Builder.h"
 #include "fuzz/Check.h"
 #include "fuzz/Disk.h"
 #include "fuzz/Targets.h"
@@ -31,8 +32,6 @@ using Metakit::ViewColumn;
 using Metakit::WideColumn;
 
 namespace {
-
-constexpr std::int32_t mebi = 1024 * 1024;
 
 // ---- Sound files, which the engine writes ----
 
@@ -97,113 +96,6 @@ Bytes soundFile(bool isBig, const char* description, std::int32_t rows, int dept
 }
 
 // ---- Files made byte by byte ----
-
-/// Puts a file together: blocks from the front, then the root walk and the tail.
-class Builder {
- public:
-  Builder() : _file(Metakit::markSize) {}
-
-  std::int32_t size() const { return static_cast<std::int32_t>(_file.size()); }
-
-  Extent add(const Bytes& block) {
-    const Extent extent{size(), static_cast<std::int32_t>(block.size())};
-    _file.insert(_file.end(), block.begin(), block.end());
-    return extent;
-  }
-
-  /// `entries` are those of the root's views. Nothing stands between the blocks and the end.
-  Bytes finish(const std::string& description, const Bytes& entries) {
-    Bytes walk;
-    appendInteger(walk, 0);
-    appendInteger(walk, static_cast<std::int32_t>(description.size()));
-    walk.insert(walk.end(), description.begin(), description.end());
-    appendInteger(walk, 1);
-    walk.insert(walk.end(), entries.begin(), entries.end());
-    const Extent root = add(walk);
-    const std::int32_t limit = size();
-    _file.resize(_file.size() + Metakit::tailSize);
-    Metakit::encodeMark({Mark::Kind::SkipTail, {}, 0, limit}, _file.data() + limit);
-    Metakit::encodeMark({Mark::Kind::CommitTail, {}, root.size, root.position},
-                        _file.data() + limit + Metakit::markSize);
-    Metakit::encodeMark({Mark::Kind::Header, {}, 0, size()}, _file.data());
-    return _file;
-  }
-
- private:
-  Bytes _file;
-};
-
-Bytes integers(std::initializer_list<std::int32_t> list) {
-  Bytes walk;
-  for (const std::int32_t integer : list) {
-    appendInteger(walk, integer);
-  }
-  return walk;
-}
-
-Bytes operator+(Bytes a, const Bytes& b) {
-  a.insert(a.end(), b.begin(), b.end());
-  return a;
-}
-
-Bytes times(const Bytes& part, std::int32_t count) {
-  Bytes all;
-  for (std::int32_t i = 0; i < count; ++i) {
-    all.insert(all.end(), part.begin(), part.end());
-  }
-  return all;
-}
-
-Bytes entry(Extent block) {
-  Bytes walk;
-  appendExtent(walk, block);
-  return walk;
-}
-
-/// A file of one view whose table is `table`: number of rows and entries.
-Bytes oneView(Builder& builder, const std::string& description, const Bytes& table) {
-  const Extent block = builder.add(integers({0}) + table);
-  return builder.finish(description, entry(block));
-}
-
-Bytes oneView(const std::string& description, const Bytes& table) {
-  Builder builder;
-  return oneView(builder, description, table);
-}
-
-std::string repeated(const std::string& part, std::int32_t count) {
-  std::string all;
-  for (std::int32_t i = 0; i < count; ++i) {
-    all += part;
-  }
-  return all;
-}
-
-/// "a0000,a0001,..." of the given type, each name as short as that allows.
-std::string manyFields(std::int32_t count, const std::string& type) {
-  static const std::string letters = "0123456789abcdefghijklmnopqrstuvwxyz!#$%&()*+-./;<=>?@{|}~";
-  std::string all;
-  for (std::int32_t i = 0; i < count; ++i) {
-    all += i > 0 ? "," : "";
-    for (auto rest = static_cast<std::size_t>(i) + 1; rest > 0; rest /= letters.size()) {
-      all += letters[rest % letters.size()];
-    }
-    all += type;
-  }
-  return all;
-}
-
-/// Rows of a sequence that take no bytes.
-Bytes emptyRows(std::int32_t rows, std::int32_t entriesOfSize0) {
-  return integers({0, rows}) + times(integers({0}), entriesOfSize0);
-}
-
-/// A column of `rows` rows of a nested view, all with the same walk.
-Bytes sameNested(const std::string& description, std::int32_t rows, const Bytes& nested) {
-  Builder builder;
-  const Extent block = builder.add(times(nested, rows));
-  return oneView(builder, "t[v[" + description + "]]", integers({rows}) + entry(block));
-}
 
 Bytes manyViewsOfManyRows(std::int32_t views, std::int32_t rows) {
   Builder builder;
@@ -415,6 +307,15 @@ std::vector<Seed> hostileFiles() {
              1);
        }},
       {"recursive-as-deep-as-may-be", [] { return recursive(31, 1000); }},
+      {"recursive-with-a-row-as-deep-as-may-be",
+       [] {
+         Builder builder;
+         Extent block = builder.add(integers({0, 1, 0}));
+         for (int depth = 1; depth < Metakit::maxNesting; ++depth) {
+           block = builder.add(integers({0, 1}) + entry(block));
+         }
+         return builder.finish("R[c[^]]", entry(block));
+       }},
       {"recursive-too-deep", [] { return recursive(60, 1); }},
       {"description-too-deep",
        [] {
