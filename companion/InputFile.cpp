@@ -61,7 +61,7 @@ std::unique_ptr<Metakit::File> InputFile::open() const {
   return file;
 }
 
-InputFile openIn(const Folder& folder, const std::string& name, const std::string& path) {
+InputFile openInFolder(const Folder& folder, const std::string& name, const std::string& path) {
   struct stat status = {};
   if (::fstatat(folder.descriptor(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
     throwError(path, "It cannot be opened", errno);

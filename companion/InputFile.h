@@ -44,7 +44,7 @@ class InputFile {
 
 /// Opens a file by its name in a folder, without following a symbolic link. Messages call it
 /// `path`. Throws Trouble when it cannot be opened or is not a regular file.
-InputFile openIn(const Folder& folder, const std::string& name, const std::string& path);
+InputFile openInFolder(const Folder& folder, const std::string& name, const std::string& path);
 
 /// Whether both are the same file.
 bool isSameFile(const struct stat& a, const struct stat& b);

@@ -64,7 +64,7 @@ KeptOriginal::KeptOriginal(const Folder& folder, const std::string& name, const 
   if (!S_ISREG(_older->st_mode)) {
     throw Trouble(_path + ": It is not a regular file and is not replaced.");
   }
-  if (!force && !isCopy(_original, openIn(folder, _keptName, _path))) {
+  if (!force && !isCopy(_original, openInFolder(folder, _keptName, _path))) {
     throw Trouble(_path + ": It exists, and is no copy of " + _original.name() +
                   "; --force replaces it.");
   }

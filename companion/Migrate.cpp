@@ -116,7 +116,7 @@ class Migration {
         _name(nameOf(_file)),
         _console(console),
         _folder(_file, "It cannot be opened"),
-        _original(openIn(_folder, _name, _file)),
+        _original(openInFolder(_folder, _name, _file)),
         _before(_original.status()),
         _lock(_folder, _name, _original) {}
 
