@@ -10,6 +10,7 @@
 #include "metakit/Sequence.h"
 #include "metakit/Structure.h"
 #include "persist/history/RowLimit.h"
+#include "posix/StoredSize.h"
 
 namespace Companion {
 
@@ -60,7 +61,7 @@ Database::Database(const InputFile& file)
       _otherViews.push_back(field.name);
     }
   }
-  const std::int64_t stored = Pvn::Persist::History::storedSize(file.name().c_str());
+  const std::int64_t stored = StoredSize::of(file.descriptor());
   checkRows(file.name(), stored);
   std::int64_t bytes = 0;
   for (Table& table : _tables) {

@@ -17,6 +17,7 @@
 #include "metakit/File.h"
 #include "metakit/Structure.h"
 #include "persist/history/RowLimit.h"
+#include "posix/StoredSize.h"
 
 namespace Companion {
 
@@ -758,7 +759,7 @@ Inspection inspect(const InputFile& input) {
       throw Trouble(input.name() + ": It cannot be read.");
     }
   }
-  Inspection inspection = begun(file, bytes, Pvn::Persist::History::storedSize(input.name().c_str()));
+  Inspection inspection = begun(file, bytes, StoredSize::of(input.descriptor()));
   if (const auto commit = lastCommit(inspection)) {
     inspection.behind = inspection.length - commit->base - commit->end;
     follow(inspection, *commit);

@@ -16,6 +16,7 @@
 
 #include "persist/history/RowLimit.h"
 #include "posix/StandardDescriptors.h"
+#include "posix/StoredSize.h"
 #include "rtk/error/FatalError.h"
 #include "rtk/string/DString.h"
 
@@ -162,8 +163,9 @@ void openOutfile(Service& service, const char* path) {
 
 void checkRows(std::int64_t systemRows, std::int64_t zoneRows, const char* argument,
                const char* path) {
+  const OpenFile file(path, O_RDONLY);
   if (!Pvn::Persist::History::areRowsPlausible(systemRows, zoneRows,
-                                               Pvn::Persist::History::storedSize(path))) {
+                                               StoredSize::of(file.descriptor()))) {
     fail(argument, path, "cannot be converted", "It has too many records for its size");
   }
 }

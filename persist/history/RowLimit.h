@@ -11,10 +11,6 @@ namespace Pvn::Persist::History {
 // a row whose stored body is empty. A datafile can store a million empty rows in a few bytes.
 // Programs that read a history therefore limit its rows by the size of its file.
 
-/// Bytes of the file that its file system stores: the length without the holes. The whole length
-/// where the file system does not report holes, and 0 when the file cannot be opened. Thread-safe.
-std::int64_t storedSize(const char* path);
-
 /// Whether a file that stores `storedBytes` may hold that many rows of System and Zone records: as
 /// records of schema 0 they need no more than 16 MiB plus what the file stores. Rows whose bodies
 /// are complete always fit.

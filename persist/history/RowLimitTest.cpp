@@ -1,20 +1,15 @@
 // SPDX-FileCopyrightText: 2026 the history-convert authors
 // SPDX-License-Identifier: MIT
 
-#include <unistd.h>
-
 #include <cstdint>
-#include <string>
 
 #include <gtest/gtest.h>
 
 #include "persist/history/RowLimit.h"
-#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
 using Pvn::Persist::History::areRowsPlausible;
-using Pvn::Persist::History::storedSize;
 
 constexpr std::int64_t mebi = 1024 * 1024;
 
@@ -35,30 +30,6 @@ TEST(RowLimitTest, RejectsMoreRowsThanSixteenMebibytesAndTheFileJustify) {
   EXPECT_TRUE(areRowsPlausible(0, 20 * mebi / 2040, 4 * mebi));
   EXPECT_FALSE(areRowsPlausible(0, 20 * mebi / 2040 + 1, 4 * mebi));
   EXPECT_FALSE(areRowsPlausible(INT32_MAX, INT32_MAX, INT32_MAX));
-}
-
-class StoredSizeTest : public ::testing::Test {
- protected:
-  TestSupport::TemporaryFolder folder;
-  const std::string path = folder.path("file");
-};
-
-TEST_F(StoredSizeTest, IsTheLengthOfAFileWithoutHoles) {
-  TestSupport::writeFile(path, std::string(100000, 'x'));
-  EXPECT_EQ(storedSize(path.c_str()), 100000);
-  TestSupport::writeFile(path, "");
-  EXPECT_EQ(storedSize(path.c_str()), 0);
-}
-
-TEST_F(StoredSizeTest, LeavesOutHoles) {
-  TestSupport::writeFile(path, "x");
-  ASSERT_EQ(::truncate(path.c_str(), 100 * mebi), 0);
-  EXPECT_LT(storedSize(path.c_str()), mebi);
-}
-
-TEST_F(StoredSizeTest, IsZeroWhereThereIsNoFile) {
-  EXPECT_EQ(storedSize(path.c_str()), 0);
-  EXPECT_EQ(storedSize("/dev/null"), 0);
 }
 
 }  // namespace
