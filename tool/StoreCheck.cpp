@@ -88,27 +88,42 @@ const char* reasonFor(const char* path, int flags) {
 /// Refers to INFILE as it was when the command line was checked.
 int heldInfile = -1;
 
+bool isSameFile(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+bool isHeld(const struct stat& status) {
+  struct stat held = {};
+  return ::fstatat(heldInfile, "", &held, AT_EMPTY_PATH) == 0 && isSameFile(held, status);
+}
+
 /// Whether `path` names the held file.
 bool isHeld(const char* path) {
-  struct stat held = {};
   struct stat found = {};
-  return ::fstatat(heldInfile, "", &held, AT_EMPTY_PATH) == 0 && ::stat(path, &found) == 0 &&
-         found.st_dev == held.st_dev && found.st_ino == held.st_ino;
+  return ::stat(path, &found) == 0 && isHeld(found);
+}
+
+/// The number that the next file of this process gets; negative if there is none.
+int nextDescriptor() {
+  const int next = ::fcntl(heldInfile, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (next >= 0) {
+    ::close(next);
+  }
+  return next;
 }
 
 /// Nobody may read or write a file that is created with this mask.
 constexpr mode_t allPermissions = 0777;
 
-/// Removes the empty file that a service has created in the place of INFILE. It is recognised by
-/// its permissions: there are none, because of the mask. Where the file system or an access control
-/// list ignores the mask, the empty file stays. If another process writes to the new file, or
-/// replaces it, between stat() and unlink(), its data is lost. The system has no call that could
-/// prevent that.
-void removeCreatedInfile(const char* path) {
+/// Removes the file `opened` if a service has created it in the place of INFILE. Such a file is
+/// empty and has no permissions, because of the mask. Where the file system or an access control
+/// list ignores the mask, the empty file stays. If another process replaces the new file between
+/// lstat() and unlink(), the replacement is lost. The system has no call that could prevent that.
+void removeCreatedInfile(const char* path, const struct stat& opened) {
   // INFILE may be a link, which stays.
   char* const target = ::realpath(path, nullptr);
   struct stat found = {};
-  if (target != nullptr && ::lstat(target, &found) == 0 && S_ISREG(found.st_mode) &&
+  if (target != nullptr && ::lstat(target, &found) == 0 && isSameFile(found, opened) &&
       found.st_size == 0 && (found.st_mode & allPermissions) == 0) {
     ::unlink(target);
   }
@@ -143,12 +158,16 @@ void openInfile(Service& service, const char* path) {
   if (!isHeld(path)) {
     failForChangedInfile(path);
   }
+  const int next = nextDescriptor();
   const mode_t mask = ::umask(allPermissions);
   service.open();
   ::umask(mask);
-  // A file that is renamed and renamed back during open() is not noticed.
-  if (!isHeld(path)) {
-    removeCreatedInfile(path);
+  // The service keeps its file open, except for one that is damaged. Then only the path is left to
+  // compare, and the conversion ends in any case.
+  struct stat opened = {};
+  const bool isOpen = ::fstat(next, &opened) == 0;
+  if (isOpen ? !isHeld(opened) : !isHeld(path)) {
+    removeCreatedInfile(path, opened);
     failForChangedInfile(path);
   }
   requireSound(service, "INFILE", path, O_RDONLY);

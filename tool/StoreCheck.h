@@ -23,10 +23,10 @@ void checkName(const char* argument, const char* path);
 /// be called before any other thread runs.
 bool holdInfile(const char* path, struct stat& status);
 
-/// Opens the service of INFILE and checks it. Also fatal if `path` no longer names the file that
-/// holdInfile() found: another process has renamed, removed or replaced it. The service creates a
-/// missing file; this one is removed again.
-/// REQUIRES: holdInfile() has succeeded, and no other thread creates files.
+/// Opens the service of INFILE and checks it. Also fatal if the service opens another file than
+/// holdInfile() found: another process has renamed, removed or replaced that one. The service
+/// creates a missing file; this one is removed again.
+/// REQUIRES: holdInfile() has succeeded, and no other thread opens files.
 void openInfile(Pvn::Database::Metakit::Persist::Service& service, const char* path);
 
 /// Opens the service of OUTFILE and checks it.

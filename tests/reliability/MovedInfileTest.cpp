@@ -95,6 +95,23 @@ TEST_F(MovedInfileTest, IsReportedWhenItIsRenamedBehindALink) {
   EXPECT_GT(reports, 2);
 }
 
+TEST_F(MovedInfileTest, IsReportedWhenAnotherFileIsOpenedMeanwhile) {
+  int reports = 0;
+  for (int call = 1; call <= calls; ++call) {
+    SCOPED_TRACE(call);
+    ::unlink(outfile.c_str());
+    makeInfile(original);
+    outcome = convert({{"TRIAL_MOVE", std::to_string(call) + ',' + infile + ',' + other},
+                       {"TRIAL_MOVE_BACK", std::to_string(call + 1)}});
+    reports += expectReportOrConversion() ? 1 : 0;
+    // A run that ends at once does not move it back.
+    const bool isBack = ::access(other.c_str(), F_OK) != 0;
+    EXPECT_TRUE(readFile(isBack ? infile : other) == original);
+    ::unlink(other.c_str());
+  }
+  EXPECT_GT(reports, 0);
+}
+
 TEST_F(MovedInfileTest, IsReportedWhenItIsRemoved) {
   int reports = 0;
   for (int call = 1; call <= calls; ++call) {

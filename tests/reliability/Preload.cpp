@@ -17,6 +17,7 @@
 //                              the new name, as on some file systems
 //   TRIAL_NO_SPACE=1           tell whoever asks that there is no space
 //   TRIAL_MOVE=N,FROM,TO       rename a file before file call N; remove it if TO is empty
+//   TRIAL_MOVE_BACK=N          rename it back before file call N
 //   TRIAL_NO_PROC=1            do not tell the program where it is
 //   TRIAL_ACT=N,COMMAND        have the shell run a command before file call N
 //   TRIAL_CLOSED=SET           close each standard descriptor whose bit is set in the number
@@ -81,6 +82,7 @@ const char* command = nullptr;
 bool isWithoutDevices = false;
 const char* countFile = nullptr;
 unsigned long callBeforeMove = 0;
+unsigned long callBeforeMoveBack = 0;
 const char* movedFrom = nullptr;
 const char* movedTo = nullptr;
 
@@ -149,6 +151,9 @@ void closeStandardDescriptors(unsigned long set) {
     *comma = '\0';
     movedTo = comma + 1;
   }
+  if (const char* text = std::getenv("TRIAL_MOVE_BACK")) {
+    callBeforeMoveBack = std::strtoul(text, nullptr, 10);
+  }
   if (const char* text = std::getenv("TRIAL_KILL")) {
     killed.from = std::strtoul(text, nullptr, 10);
   }
@@ -192,10 +197,9 @@ bool isServerThread() {
 }
 
 /// By system calls, which do not count.
-void move() {
-  const long result = *movedTo == '\0'
-                          ? ::syscall(SYS_unlinkat, AT_FDCWD, movedFrom, 0)
-                          : ::syscall(SYS_renameat2, AT_FDCWD, movedFrom, AT_FDCWD, movedTo, 0);
+void move(const char* from, const char* to) {
+  const long result = *to == '\0' ? ::syscall(SYS_unlinkat, AT_FDCWD, from, 0)
+                                  : ::syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0);
   if (result != 0) {
     failTrial("cannot move the file");
   }
@@ -207,7 +211,10 @@ bool fails() {
     ::kill(::getpid(), SIGKILL);
   }
   if (killed.made == callBeforeMove && callBeforeMove != 0) {
-    move();
+    move(movedFrom, movedTo);
+  }
+  if (killed.made == callBeforeMoveBack && callBeforeMoveBack != 0) {
+    move(movedTo, movedFrom);
   }
   if (acted.include() && std::system(command) != 0) {
     std::abort();
