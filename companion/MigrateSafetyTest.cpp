@@ -121,6 +121,34 @@ TEST_F(ExchangedFilesTest, AFolderOfOthersIsNotUsed) {
   EXPECT_GT(refusals, 0);
 }
 
+/// The owner of the folder puts an older private folder of the same user in the place of the new
+/// one.
+TEST_F(ExchangedFilesTest, AFolderWithFilesIsNotUsed) {
+  const std::string older = folder.path("older");
+  const std::string attack = script("cd '" + folder.path("") +
+                                    "' || exit 1\n"
+                                    "for f in .history-db.*; do\n"
+                                    "  rmdir \"$f\" 2>/dev/null && mv older \"$f\"\ndone\ntrue");
+  int refusals = 0;
+  for (int call = calls(); call > 0 && !HasFailure(); --call) {
+    SCOPED_TRACE("exchanged at call " + std::to_string(call));
+    begin();
+    fs::create_directory(older);
+    ASSERT_EQ(::chmod(older.c_str(), 0700), 0);
+    writeFile(older + "/kept", "kept");
+    const Outcome outcome = migrate({"-q"}, {{"TRIAL_ACT", std::to_string(call) + "," + attack}});
+    refusals += outcome.standardError.find("has exchanged the private folder.") != std::string::npos
+                    ? 1
+                    : 0;
+    bool isKept = false;
+    for (const auto& entry : fs::recursive_directory_iterator(folder.path(""))) {
+      isKept = isKept || entry.path().filename() == "kept";
+    }
+    EXPECT_TRUE(isKept) << outcome;
+  }
+  EXPECT_GT(refusals, 0);
+}
+
 /// Somebody puts another file in the place of the one that is converted, at any moment.
 TEST_F(ExchangedFilesTest, AnotherFileIsNotReplaced) {
   const std::string other = scripts.path("other");

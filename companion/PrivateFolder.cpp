@@ -3,6 +3,7 @@
 
 #include "companion/PrivateFolder.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -33,6 +34,23 @@ std::string randomName() {
     name += characters[number % characters.size()];
   }
   return name;
+}
+
+/// Whether nothing is in a folder. The owner of the folder around it can have exchanged the new
+/// folder for an older one of the same user, whose files would be removed at the end.
+bool isEmpty(int folder) {
+  const int other = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  DIR* const entries = other >= 0 ? ::fdopendir(other) : nullptr;
+  if (entries == nullptr) {
+    return false;
+  }
+  int count = 0;
+  while (::readdir(entries) != nullptr) {
+    ++count;
+  }
+  ::closedir(entries);
+  // "." and "..".
+  return count <= 2;
 }
 
 bool isWithoutOthers(const struct stat& status) {
@@ -101,6 +119,9 @@ void PrivateFolder::protect(const Folder& parent) const {
   struct stat around = {};
   if (::fstat(descriptor(), &own) != 0 || ::fstat(parent.descriptor(), &around) != 0) {
     throwError(_file, "It cannot be created", errno);
+  }
+  if (!isEmpty(descriptor())) {
+    throw Trouble(_file + ": Another process has exchanged the private folder.");
   }
   // A file system without owners and modes shows the same ones everywhere.
   if (!isWithoutOthers(own) && !isOwn(around)) {
