@@ -32,14 +32,21 @@ std::ostream& operator<<(std::ostream& stream, const Writer& writer) {
 /// The program without some of the standard descriptors, as init systems and daemons may start it.
 class ClosedDescriptorsTest : public ::testing::TestWithParam<Writer> {
  protected:
-  /// Runs the program in a new folder, with each standard descriptor closed whose bit is set.
-  /// Returns the names and bytes of all that is in the folder then.
-  static std::map<std::string, std::string> filesAfter(unsigned closed) {
+  struct Result {
+    int status;
+    /// The names and bytes of all that is in the folder.
+    std::map<std::string, std::string> files;
+    bool operator==(const Result& other) const {
+      return status == other.status && files == other.files;
+    }
+  };
+
+  /// Runs the program on a database and a document with these bytes, in a new folder, with each
+  /// standard descriptor closed whose bit is set.
+  static Result runWithout(unsigned closed, const std::string& database,
+                           const std::string& document) {
     const TestSupport::TemporaryFolder folder;
-    const std::string bytes = TestSupport::readFile(TestSupport::goldenFile("typical.mk").path);
-    TestSupport::writeFile(folder.path("FILE"), bytes);
-    const std::string document =
-        TestSupport::run({HISTORY_DB, "dump", folder.path("FILE")}).standardOutput;
+    TestSupport::writeFile(folder.path("FILE"), database);
     TestSupport::writeFile(folder.path("JSON"), document);
     const Outcome outcome = TestSupport::inChild([&] {
       if (::chdir(folder.path("").c_str()) != 0) {
@@ -54,25 +61,46 @@ class ClosedDescriptorsTest : public ::testing::TestWithParam<Writer> {
       }
       TestSupport::execute(arguments);
     });
-    EXPECT_EQ(outcome.status, 0) << outcome;
-    EXPECT_EQ(outcome.standardError, "");
-    std::map<std::string, std::string> files;
+    Result result = {outcome.status, {}};
     for (const auto& entry : std::filesystem::directory_iterator(folder.path(""))) {
-      files[entry.path().filename()] = TestSupport::readFile(entry.path());
+      result.files[entry.path().filename()] = TestSupport::readFile(entry.path());
     }
-    EXPECT_EQ(files["JSON"], document);
-    EXPECT_EQ(files.count("FILE.schema0") == 0 ? files["FILE"] : files["FILE.schema0"], bytes);
-    return files;
+    EXPECT_EQ(result.files["JSON"], document);
+    const bool isReplaced = result.files.count("FILE.schema0") > 0;
+    EXPECT_EQ(result.files[isReplaced ? "FILE.schema0" : "FILE"], database);
+    return result;
+  }
+
+  /// Compares runs without some descriptors with one that has all of them.
+  static void expectSameResults(const std::string& database, const std::string& document,
+                                int status, std::size_t files) {
+    const Result expected = runWithout(0, database, document);
+    EXPECT_EQ(expected.status, status);
+    EXPECT_EQ(expected.files.size(), files);
+    for (unsigned closed = 1; closed < 8; ++closed) {
+      SCOPED_TRACE("closed " + std::to_string(closed));
+      EXPECT_TRUE(runWithout(closed, database, document) == expected);
+    }
+  }
+
+  static void expectNewFile(const char* golden) {
+    const std::string path = TestSupport::goldenFile(golden).path;
+    expectSameResults(TestSupport::readFile(path),
+                      TestSupport::run({HISTORY_DB, "dump", path}).standardOutput, 0, 3);
   }
 };
 
 TEST_P(ClosedDescriptorsTest, MakeNoDifferenceToFiles) {
-  const auto expected = filesAfter(0);
-  EXPECT_EQ(expected.size(), 3U);
-  for (unsigned closed = 1; closed < 8; ++closed) {
-    SCOPED_TRACE("closed " + std::to_string(closed));
-    EXPECT_EQ(filesAfter(closed), expected);
-  }
+  expectNewFile("typical.mk");
+}
+
+TEST_P(ClosedDescriptorsTest, MakeNoDifferenceToFilesWithRepeatedKeys) {
+  expectNewFile("duplicate-keys.mk");
+}
+
+TEST_P(ClosedDescriptorsTest, MakeNoDifferenceToAnError) {
+  const bool isRead = GetParam().name != std::string("sample");
+  expectSameResults("no database", "no document", isRead ? 2 : 0, isRead ? 2 : 3);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -81,6 +109,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Writer{"load", {"load", "JSON", "NEW"}}, Writer{"sample", {"sample", "NEW"}},
                       Writer{"plot", {"plot", "FILE", "--output", "NEW"}},
                       Writer{"migrate", {"migrate", "FILE"}},
+                      Writer{"migrateQuietly", {"migrate", "-q", "FILE"}},
                       Writer{"migrateTo", {"migrate", "--output", "NEW", "FILE"}}),
     [](const auto& writer) { return std::string(writer.param.name); });
 
