@@ -13,7 +13,7 @@ namespace Pvn::Persist::History {
 
 /// Whether a file that stores `storedBytes` may hold that many rows of System and Zone records: as
 /// records of schema 0 they need no more than 16 MiB plus what the file stores. Rows whose bodies
-/// are complete always fit.
+/// are complete always fit, unless the file was copied so that its zeros became holes.
 bool areRowsPlausible(std::int64_t systemRows, std::int64_t zoneRows, std::int64_t storedBytes);
 
 }  // namespace Pvn::Persist::History
