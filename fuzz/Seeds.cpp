@@ -20,7 +20,6 @@
 namespace Fuzz {
 
 using Metakit::appendExtent;
-using Metakit::appendInteger;
 using Metakit::Bytes;
 using Metakit::BytesColumn;
 using Metakit::Datafile;

@@ -127,7 +127,7 @@ class ConversionRunTest : public ConversionTest {
 
   /// A database of one table, whose rows have no bodies and take no bytes.
   std::string emptyRecords(const std::string& table, int rows) {
-    const std::string path = folder.path("empty-records.mk");
+    std::string path = folder.path("empty-records.mk");
     ::unlink(path.c_str());
     c4_Storage storage(path.c_str(), 1);
     c4_View view = storage.GetAs((table + "[Key:I,Record:B]").c_str());
