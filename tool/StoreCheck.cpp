@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -117,15 +118,25 @@ constexpr mode_t allPermissions = 0777;
 
 /// Removes the file `opened` if a service has created it in the place of INFILE. Such a file is
 /// empty and has no permissions, because of the mask. Where the file system or an access control
-/// list ignores the mask, the empty file stays. If another process replaces the new file between
-/// lstat() and unlink(), the replacement is lost. The system has no call that could prevent that.
+/// list ignores the mask, or a file cannot be renamed so, the empty file stays. Another process may
+/// move INFILE back at any moment, so the file gets another name first: what is removed is the file
+/// that has that name then, and any other one gets its name back.
 void removeCreatedInfile(const char* path, const struct stat& opened) {
   // INFILE may be a link, which stays.
   char* const target = ::realpath(path, nullptr);
   struct stat found = {};
   if (target != nullptr && ::lstat(target, &found) == 0 && isSameFile(found, opened) &&
       found.st_size == 0 && (found.st_mode & allPermissions) == 0) {
-    ::unlink(target);
+    Rtk::DString aside(target);
+    aside += ".created";
+    const char* const name = aside.getString();
+    if (::renameat2(AT_FDCWD, target, AT_FDCWD, name, RENAME_NOREPLACE) == 0) {
+      if (::lstat(name, &found) == 0 && isSameFile(found, opened)) {
+        ::unlink(name);
+      } else {
+        ::renameat2(AT_FDCWD, name, AT_FDCWD, target, RENAME_NOREPLACE);
+      }
+    }
   }
   std::free(target);
 }

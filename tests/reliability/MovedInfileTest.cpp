@@ -135,7 +135,7 @@ TEST_F(MovedInfileTest, IsReportedWhenItIsReplaced) {
       EXPECT_EQ(::access(infile.c_str(), F_OK), 0) << "the new file is kept, even an empty one";
       EXPECT_TRUE(readFile(infile) == bytes);
     }
-    EXPECT_GT(reports, 2);
+    EXPECT_GT(reports, 0);
   }
 }
 
