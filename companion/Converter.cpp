@@ -230,14 +230,16 @@ std::string findConverter(const std::string& given) {
   return path;
 }
 
-void convert(const std::string& converter, const std::string& original, const NewFile& converted,
+void convert(const std::string& converter, const InputFile& original, const NewFile& converted,
              Console& console) {
-  // Relative to the private folder: the folder around it may be another user's, who can rename it.
-  // The file's own name is in the program's messages.
+  const PrivateFolder& folder = converted.privateFolder();
+  // Only names in the private folder: other users may be able to exchange any part of another path
+  // for a link, and the converter would follow it and create a file there.
+  const std::string copy = converted.name() == "original" ? "original.mk" : "original";
+  original.copyTo(folder.create(copy).get(), converted.path());
   const std::string name =
       converted.name().front() == '-' ? "./" + converted.name() : converted.name();
-  Child child(absolute(converter), {converter, "-q", absolute(original), "0", name, "1"},
-              converted.privateFolder().descriptor());
+  Child child(absolute(converter), {converter, "-q", copy, "0", name, "1"}, folder.descriptor());
   const int status = child.wait(console);
   if (WIFSIGNALED(status)) {
     throw Trouble(fmt::format("{}: It was ended by signal {}.", converter, WTERMSIG(status)));

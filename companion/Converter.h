@@ -6,6 +6,7 @@
 #include <string>
 
 #include "companion/Console.h"
+#include "companion/InputFile.h"
 #include "companion/NewFile.h"
 
 namespace Companion {
@@ -16,11 +17,11 @@ namespace Companion {
 /// there. Throws Trouble when there is none.
 std::string findConverter(const std::string& given);
 
-/// Has it convert `original` from schema 0 to `converted` of schema 1, and waits for its end. It
-/// works in the private folder of `converted`. What it prints on standard error goes to the
-/// console, escaped. Throws Trouble unless it says that all went well. A signal that ends this
-/// process ends the converter as well.
-void convert(const std::string& converter, const std::string& original, const NewFile& converted,
+/// Runs it to convert `original` from schema 0 to `converted` of schema 1, and waits for its end.
+/// It reads a copy of `original` in the private folder of `converted`, and writes there. What it
+/// prints on standard error goes to the console, escaped. Throws Trouble unless it ends with
+/// success. A signal that ends this process ends the converter as well.
+void convert(const std::string& converter, const InputFile& original, const NewFile& converted,
              Console& console);
 
 }  // namespace Companion

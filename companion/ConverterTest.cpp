@@ -119,6 +119,28 @@ TEST_F(ConverterTest, InheritsNoFiles) {
   EXPECT_EQ(readFile(list).find(folder.path("")), std::string::npos) << readFile(list);
 }
 
+/// history-convert creates a missing INFILE.
+TEST_F(ConverterTest, CreatesNoFileThroughAnExchangedLink) {
+  const std::string created = scripts.path("created");
+  EXPECT_EQ(
+      migrate({"-q", "--converter",
+               script("ln -sf '" + created + "' '" + file + "'; exec " HISTORY_CONVERT " \"$@\"")}),
+      (Outcome{2, "",
+               "history-db: " + file + ": Somebody has changed it meanwhile. " + file +
+                   " is as it was.\n"}));
+  EXPECT_FALSE(std::filesystem::exists(created));
+}
+
+TEST_F(ConverterTest, ReadsWhatWasChecked) {
+  const std::string arguments = scripts.path("arguments");
+  EXPECT_EQ(migrate({"-q", "--converter",
+                     script("echo \"$@\" >'" + arguments + "'; rm '" + file +
+                            "'; exec " HISTORY_CONVERT " \"$@\"")})
+                .status,
+            2);
+  EXPECT_EQ(readFile(arguments), "-q original 0 old.mk 1\n");
+}
+
 TEST_F(ConverterTest, IsFoundByARelativePath) {
   script("exec " HISTORY_CONVERT " \"$@\"");
   EXPECT_EQ(

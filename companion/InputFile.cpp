@@ -4,7 +4,9 @@
 #include "companion/InputFile.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <utility>
 
@@ -51,6 +53,21 @@ struct stat InputFile::status() const {
     throwError(_name, "It cannot be opened", errno);
   }
   return status;
+}
+
+void InputFile::copyTo(int descriptor, const std::string& target) const {
+  std::array<char, 65536> buffer{};
+  ssize_t size = 0;
+  for (off_t at = 0; (size = ::pread(_descriptor.get(), buffer.data(), buffer.size(), at)) > 0;) {
+    const ssize_t written = ::pwrite(descriptor, buffer.data(), static_cast<std::size_t>(size), at);
+    if (written <= 0) {
+      throwError(target, "It cannot be written", errno);
+    }
+    at += written;
+  }
+  if (size < 0) {
+    throwError(_name, "It cannot be read", errno);
+  }
 }
 
 std::unique_ptr<Metakit::File> InputFile::open() const {

@@ -34,6 +34,10 @@ class InputFile {
   /// Its state now.
   struct stat status() const;
 
+  /// Copies the contents to an empty file that is open for writing; messages call it `target`.
+  /// Throws Trouble when that fails.
+  void copyTo(int descriptor, const std::string& target) const;
+
   /// The file for a datafile to read. Throws Trouble when no descriptor is left.
   std::unique_ptr<Metakit::File> open() const;
 

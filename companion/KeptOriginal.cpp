@@ -6,7 +6,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -104,19 +103,7 @@ void KeptOriginal::prepare() const {
 
 void KeptOriginal::copy() const {
   Descriptor file = _private.create(fresh);
-  std::array<char, 65536> buffer{};
-  ssize_t size = 0;
-  for (off_t at = 0;
-       (size = ::pread(_original.descriptor(), buffer.data(), buffer.size(), at)) > 0;) {
-    const ssize_t written = ::pwrite(file.get(), buffer.data(), static_cast<std::size_t>(size), at);
-    if (written <= 0) {
-      throwError(_path, "It cannot be written", errno);
-    }
-    at += written;
-  }
-  if (size < 0) {
-    throwError(_original.name(), "It cannot be read", errno);
-  }
+  _original.copyTo(file.get(), _path);
   copyAttributes(_original.descriptor(), file.get(), _original.name());
   if (::fsync(file.get()) != 0) {
     throwError(_path, "It cannot be written", errno);

@@ -136,7 +136,8 @@ class Migration {
                       "converted. \"history-db check\" tells more.");
         return Status::Findings;
       }
-      needed = spaceFor(database);
+      // The converter reads a copy of the file.
+      needed = spaceFor(database) + static_cast<std::uint64_t>(_before.st_size);
     }
     if (!isSound()) {
       return Status::Findings;
@@ -231,7 +232,7 @@ class Migration {
   /// Has the converted file written, and tells whether it is what it has to be.
   bool makeResult(const std::string& converter, NewFile& result) {
     tell("Converting it with " + converter + ".");
-    convert(converter, _file, result, _console);
+    convert(converter, _original, result, _console);
     const InputFile converted =
         result.takeOver("The new file for " + result.path(), converter + ": It wrote no file.");
     const Proof proof = prove(_original, converted);
