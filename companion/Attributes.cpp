@@ -19,6 +19,7 @@ namespace Companion {
 namespace {
 
 constexpr const char* accessControlList = "system.posix_acl_access";
+constexpr const char* listCannotBeGiven = "Its access control list cannot be given to another file";
 
 bool isWithoutAttributes(int error) {
   return error == EOPNOTSUPP || error == ENOSYS;
@@ -90,7 +91,7 @@ void copyExtended(int from, int to, const std::string& name) {
   if (std::find(wanted.begin(), wanted.end(), accessControlList) == wanted.end() &&
       ::fremovexattr(to, accessControlList) != 0 && errno != ENODATA &&
       !isWithoutAttributes(errno)) {
-    throwError(name, "Its access control list cannot be given to another file", errno);
+    throwError(name, listCannotBeGiven, errno);
   }
 }
 
@@ -117,6 +118,20 @@ void copyAttributes(int from, int to, const std::string& name) {
   // After the owner, whose change may remove some of it.
   if (statusOf(to, name).st_mode != wanted.st_mode && ::fchmod(to, wanted.st_mode & 07777) != 0) {
     throwError(name, "Its mode cannot be given to another file", errno);
+  }
+}
+
+void giveInitialPermissions(int folder, int file, mode_t mode, const std::string& name) {
+  const auto list = valueOf(folder, "system.posix_acl_default");
+  if (!list) {
+    // Some file systems have no modes.
+    ::fchmod(file, mode);
+    return;
+  }
+  // The list takes the place of the mask of the process.
+  if (::fsetxattr(file, accessControlList, list->data(), list->size(), 0) != 0 ||
+      ::fchmod(file, statusOf(file, name).st_mode & 0666) != 0) {
+    throwError(name, listCannotBeGiven, errno);
   }
 }
 

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 
 namespace Companion {
@@ -12,5 +14,10 @@ namespace Companion {
 /// Throws Trouble that names `name` when something cannot be given. REQUIRES: only this user may
 /// access the file.
 void copyAttributes(int from, int to, const std::string& name);
+
+/// Gives a file the permissions of one that is created in `folder`: `mode`, or what the default
+/// access control list of the folder grants. Throws Trouble that names `name` when the list cannot
+/// be given.
+void giveInitialPermissions(int folder, int file, mode_t mode, const std::string& name);
 
 }  // namespace Companion

@@ -12,6 +12,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 
 namespace Companion {
 
@@ -71,6 +72,7 @@ void note(const FolderToRemove& folder) {
       return;
     }
   }
+  std::abort();
 }
 
 void forget(const FolderToRemove& folder) {

@@ -11,7 +11,7 @@
 namespace Companion {
 
 /// The signals that ask a process to end, and that it cleans up for first.
-constexpr std::array<int, 4> endingSignals = {SIGHUP, SIGINT, SIGTERM, SIGXCPU};
+constexpr std::array<int, 6> endingSignals = {SIGHUP, SIGINT, SIGQUIT, SIGALRM, SIGTERM, SIGXCPU};
 
 /// Blocks these signals in this thread as long as it lives.
 class BlockedSignals {
@@ -37,8 +37,9 @@ struct FolderToRemove {
   const char* name = nullptr;
 };
 
-/// Has cleanUp() remove the folder, which must outlive the matching forget(). At most eight at a
-/// time. REQUIRES: signals are blocked from the creation of the folder on.
+/// Has cleanUp() remove the folder, which must outlive the matching forget().
+/// REQUIRES: fewer than eight folders are noted; signals are blocked from the creation of the
+/// folder on. Only the thread that handles signals calls both.
 void note(const FolderToRemove& folder);
 void forget(const FolderToRemove& folder);
 

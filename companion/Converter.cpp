@@ -24,6 +24,7 @@
 #include "companion/Descriptor.h"
 #include "companion/Folder.h"
 #include "companion/Trouble.h"
+#include "posix/StandardDescriptors.h"
 
 namespace Companion {
 
@@ -89,8 +90,8 @@ struct Pipe {
 /// The converter as a child process, which leads a process group of its own.
 class Child {
  public:
-  /// Starts the program in a folder, with nothing to read, nobody to hear of the keys that it finds
-  /// twice, and files that only this user may access.
+  /// Starts the program in a folder. Its standard input is empty, its standard output, where it
+  /// warns about repeated keys, is discarded, and only this user may access its files.
   Child(const std::string& program, std::vector<std::string> arguments, int folder)
       : _program(program) {
     std::vector<char*> pointers;
@@ -99,7 +100,6 @@ class Child {
       pointers.push_back(argument.data());
     }
     pointers.push_back(nullptr);
-    const Descriptor nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
     Pipe failure;
     // A signal is handled when it is known which child is to be killed.
     const BlockedSignals blocked;
@@ -109,7 +109,7 @@ class Child {
       throwError(program, "It cannot be run", errno);
     }
     if (_child == 0) {
-      prepare(parent, folder, nothing.get(), blocked.before());
+      prepare(parent, folder, blocked.before());
       ::execv(program.c_str(), pointers.data());
       const int error = errno;
       // The parent takes silence for success.
@@ -164,7 +164,7 @@ class Child {
   static constexpr std::size_t longestLine = 65536;
 
   /// In the child, where only async-signal-safe functions may be called.
-  void prepare(pid_t parent, int folder, int nothing, const sigset_t& signals) const {
+  void prepare(pid_t parent, int folder, const sigset_t& signals) const {
     ::setpgid(0, 0);
     // It also ends when this program is killed so that it cannot clean up.
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -172,9 +172,10 @@ class Child {
       ::_exit(failed);
     }
     ::umask(0077);
-    if (nothing >= 0) {
-      ::dup2(nothing, STDIN_FILENO);
-      ::dup2(nothing, STDOUT_FILENO);
+    ::close(STDIN_FILENO);
+    ::close(STDOUT_FILENO);
+    if (!StandardDescriptors::ensureOpen()) {
+      ::_exit(failed);
     }
     ::dup2(_messages.input.get(), STDERR_FILENO);
     for (const int signal : endingSignals) {

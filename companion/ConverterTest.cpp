@@ -119,6 +119,13 @@ TEST_F(ConverterTest, InheritsNoFiles) {
   EXPECT_EQ(readFile(list).find(folder.path("")), std::string::npos) << readFile(list);
 }
 
+TEST_F(ConverterTest, PrintsNothingOnStandardOutputWithoutDevices) {
+  EXPECT_EQ(
+      migrate({"-q", "--converter", script("cat; echo text; exec " HISTORY_CONVERT " \"$@\"")},
+              {{"TRIAL_NO_DEVICES", "1"}}),
+      (Outcome{0, "", ""}));
+}
+
 /// history-convert creates a missing INFILE.
 TEST_F(ConverterTest, CreatesNoFileThroughAnExchangedLink) {
   const std::string created = scripts.path("created");

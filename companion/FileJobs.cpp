@@ -16,6 +16,8 @@
 #include <thread>
 #include <utility>
 
+#include "companion/Cleanup.h"
+
 namespace Companion {
 
 namespace {
@@ -31,6 +33,8 @@ class Workers {
       : _work(std::move(work)), _mostWaiting(jobs * mostWaitingPerJob), _outcomes(count) {
     const std::size_t threads = std::min(count, jobs);
     _threads.reserve(threads);
+    // Signals are handled on the main thread, the only one that creates and removes folders.
+    const BlockedSignals blocked;
     while (_threads.size() < threads) {
       try {
         _threads.emplace_back([this] { run(); });

@@ -3,6 +3,7 @@
 
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -314,6 +315,8 @@ class SignalledMigrationTest : public MigrateSafetyTest,
 
 /// The converter has left files of several names when the signal comes, and has started a program.
 TEST_P(SignalledMigrationTest, EndsTheConverterAndLeavesNothing) {
+  const rlimit none = {0, 0};
+  ::setrlimit(RLIMIT_CORE, &none);
   Holders holders;
   const std::string number = std::to_string(GetParam());
   EXPECT_EQ(migrate({"-q", "--converter",
@@ -325,7 +328,8 @@ TEST_P(SignalledMigrationTest, EndsTheConverterAndLeavesNothing) {
   expectAsItWas();
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, SignalledMigrationTest, ::testing::Values(SIGHUP, SIGINT, SIGTERM));
+INSTANTIATE_TEST_SUITE_P(Each, SignalledMigrationTest,
+                         ::testing::Values(SIGHUP, SIGINT, SIGQUIT, SIGALRM, SIGTERM, SIGXCPU));
 
 TEST_F(MigrateSafetyTest, AKilledRunLeavesNoConverter) {
   Holders holders;

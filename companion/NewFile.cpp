@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "companion/Attributes.h"
 #include "companion/Trouble.h"
 #include "metakit/PosixFile.h"
 
@@ -125,8 +126,7 @@ int NewFile::exchange(const struct stat& replaced) const {
 
 void NewFile::finish(const struct stat* replaced) {
   if (replaced == nullptr) {
-    // Some file systems have no modes.
-    ::fchmod(descriptor(), _private.fileMode());
+    giveInitialPermissions(_folder.descriptor(), descriptor(), _private.fileMode(), _path);
   }
   if (::fsync(descriptor()) != 0) {
     failToWrite(errno);

@@ -46,10 +46,10 @@ class NewFile {
   /// What it is now. REQUIRES: it is not finished.
   struct stat status() const;
 
-  /// Makes it appear: it and its name are on the device then. It gets the mode of a new file,
-  /// unless `replaced` is given: then it keeps its own, and replaces just that file. Throws Trouble
-  /// when that fails, or when another process has made a file of that name meanwhile, unless
-  /// `force` was set.
+  /// Makes it appear: it and its name are on the device then. It gets the permissions of a new
+  /// file, unless `replaced` is given: then it keeps its own, and replaces just that file. Throws
+  /// Trouble when that fails, or when another process has made a file of that name meanwhile,
+  /// unless `force` was set.
   void finish(const struct stat* replaced = nullptr);
 
  private:

@@ -6,15 +6,18 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "companion/AccessControlTesting.h"
 #include "companion/Trouble.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -189,6 +192,25 @@ TEST_F(NewFileTest, MayBeReadByWhomTheUserAllowsIt) {
     ASSERT_EQ(::stat(path.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0666U & ~mask);
   }
+}
+
+TEST_F(NewFileTest, GetsThePermissionsThatItsFolderGivesToNewFiles) {
+  const std::string list = CompanionTesting::accessControlList();
+  ASSERT_EQ(
+      ::setxattr(folder.path("").c_str(), "system.posix_acl_default", list.data(), list.size(), 0),
+      0);
+  const std::string other = folder.path("other");
+  writeFile(other, "");
+  EXPECT_EQ(troubleOf(path), "");
+  const auto permissions = [](const std::string& name) {
+    struct stat status = {};
+    char value[256] = {};
+    const ssize_t size = ::getxattr(name.c_str(), "system.posix_acl_access", value, sizeof value);
+    EXPECT_GT(size, 0);
+    EXPECT_EQ(::stat(name.c_str(), &status), 0);
+    return std::make_pair(status.st_mode, std::string(value, static_cast<std::size_t>(size)));
+  };
+  EXPECT_EQ(permissions(path), permissions(other));
 }
 
 TEST_F(NewFileTest, TellsWhatKeepsItFromBeingMade) {
