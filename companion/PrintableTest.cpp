@@ -31,7 +31,7 @@ TEST(PrintableTest, WhatIsNoneIsEscaped) {
       {"\\x00", "\\x5cx00"},
       {"\xc2\x85", "\\xc2\\x85"},                    // a control character
       {"\xff\x80", "\\xff\\x80"},                    // never in UTF-8
-      {"\xc0\xaf", "\\xc0\\xaf"},                    // longer than need be
+      {"\xc0\xaf", "\\xc0\\xaf"},                    // overlong
       {"\xe0\x9f\xbf", "\\xe0\\x9f\\xbf"},           //
       {"\xf0\x8f\xbf\xbf", "\\xf0\\x8f\\xbf\\xbf"},  //
       {"\xed\xa0\x80", "\\xed\\xa0\\x80"},           // half of a pair

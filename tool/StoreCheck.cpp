@@ -14,8 +14,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "persist/history/RowLimit.h"
+#include "posix/PrintableCharacter.h"
 #include "posix/StandardDescriptors.h"
 #include "posix/StoredSize.h"
 #include "rtk/error/FatalError.h"
@@ -28,11 +30,26 @@ using Pvn::Database::Metakit::Persist::Service;
 /// Characters of a name that a service keeps.
 constexpr std::size_t longestName = 1024;
 
+/// Appends a text so that a terminal displays it and does not act on it.
+void appendEscaped(Rtk::DString& message, std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t size = PrintableCharacter::sizeAtStart(text);
+    char piece[8] = {};
+    if (size == 0) {
+      std::snprintf(piece, sizeof piece, "\\x%02x", static_cast<unsigned char>(text.front()));
+    } else {
+      text.copy(piece, size);
+    }
+    message += piece;
+    text.remove_prefix(size == 0 ? 1 : size);
+  }
+}
+
 [[noreturn]] void fail(const char* argument, const char* path, const char* what,
                        const char* reason) {
   Rtk::DString message(argument);
   message += " \"";
-  message += path;
+  appendEscaped(message, path);
   message += "\" ";
   message += what;
   Rtk::FatalError::logAndExit(message.getString(), reason);

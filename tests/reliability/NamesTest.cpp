@@ -10,6 +10,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -180,9 +181,20 @@ TEST_F(NamesTest, EachOutfileHasAClearEnd) {
 }
 
 TEST_F(NamesTest, AnyBytesMakeAName) {
-  const std::string names[] = {"\xFF\xFE\x80", "a\nb",           "%s%n%s%n", " ",     "\"'`$(true)",
-                               "-q",           "\x1B[31m\a\b\t", "\xC3\x28", "*?[]{}"};
-  for (const std::string& name : names) {
+  /// A name, and how a fatal error prints it.
+  const std::pair<std::string, std::string> names[] = {
+      {"\xFF\xFE\x80", "\\xff\\xfe\\x80"},
+      {"a\nb", "a\\x0ab"},
+      {"%s%n%s%n", "%s%n%s%n"},
+      {" ", " "},
+      {"\"'`$(true)", "\"'`$(true)"},
+      {"-q", "-q"},
+      {"\x1B[31m\a\b\t", "\\x1b[31m\\x07\\x08\\x09"},
+      {"\xC3\x28", "\\xc3("},
+      {"*?[]{}", "*?[]{}"},
+      {"\u202e\u00e4\\", "\\xe2\\x80\\xae\u00e4\\"},
+  };
+  for (const auto& [name, printed] : names) {
     const std::string from = folder.path(name);
     const std::string to = folder.path(name + "new");
     otherEntries.push_back(name);
@@ -190,7 +202,8 @@ TEST_F(NamesTest, AnyBytesMakeAName) {
     TestSupport::writeFile(from, readFile(infile));
     EXPECT_EQ(tell(from, to), complete) << from;
     TestSupport::writeFile(from, "no database");
-    EXPECT_EQ(tell(from, outfile), fatal("INFILE", from, "It is not a history database")) << from;
+    EXPECT_EQ(tell(from, outfile),
+              fatal("INFILE", folder.path(printed), "It is not a history database"));
     expectNothingElseTouched();
   }
   count("names", 2 * static_cast<int>(std::size(names)));
