@@ -39,7 +39,7 @@ std::optional<std::string> filled(const Call& call) {
       text.resize(static_cast<std::size_t>(got));
       return text;
     }
-    // It has grown meanwhile.
+    // The attribute became longer between the two calls.
     if (errno != ERANGE) {
       return std::nullopt;
     }

@@ -69,9 +69,8 @@ Database::Database(const InputFile& file)
       bytes += read(*viewOf(*_file, table), table);
     }
   }
-  // What is read and printed of them must not grow with the holes of the file.
-  constexpr std::int64_t freeBytes = 16 * 1024 * 1024;
-  if (bytes > stored + freeBytes) {
+  // Memory and output must not grow with the holes of the file.
+  if (!Pvn::Persist::History::areBytesPlausible(bytes, stored)) {
     throw Trouble(file.name() + ": Its records take more bytes than the file stores.");
   }
 }

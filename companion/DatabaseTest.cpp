@@ -82,7 +82,7 @@ TEST(DatabaseTest, RejectsMoreRecordsThanTheFileIsLargeEnoughFor) {
   }
   try {
     const Database database(path);
-    ADD_FAILURE() << "no trouble";
+    ADD_FAILURE() << "nothing was thrown";
   } catch (const Trouble& trouble) {
     EXPECT_EQ(trouble.what(), path + ": It has too many records for its size.");
   }
@@ -103,7 +103,7 @@ TEST(DatabaseTest, RejectsRecordsThatAreHoles) {
   ASSERT_EQ(TestSupport::run({"/bin/cp", "--sparse=always", path, sparse}).status, 0);
   try {
     const Database database(sparse);
-    ADD_FAILURE() << "no trouble";
+    ADD_FAILURE() << "nothing was thrown";
   } catch (const Trouble& trouble) {
     EXPECT_EQ(trouble.what(), sparse + ": Its records take more bytes than the file stores.");
   }

@@ -19,7 +19,7 @@ namespace {
 
 void expectRegular(const std::string& name, const struct stat& status) {
   if (!S_ISREG(status.st_mode)) {
-    throw Trouble(name + ": It is no regular file.");
+    throw Trouble(name + ": It is not a regular file.");
   }
 }
 

@@ -46,9 +46,9 @@ std::string resolved(const std::string& path) {
   return target.get();
 }
 
-/// Keeps a second run off a file as long as this object lives. It is a write lock: programs that
-/// only read the file do not matter, even if they lock it. Nothing depends on it but the time of
-/// the user: only the very file that was converted is replaced.
+/// Holds a write lock on a file, so that a second run ends at once. Read locks of other programs do
+/// not conflict with it. Correctness does not depend on the lock: replace() replaces only the file
+/// that was converted.
 class Lock {
  public:
   /// Throws Trouble when another process has locked it for writing.
@@ -164,14 +164,14 @@ class Migration {
 
   /// Whether nothing is wrong with the file that a conversion makes worse.
   bool isSound() {
-    constexpr std::size_t mostTold = 20;
+    constexpr std::size_t maxPrinted = 20;
     const std::vector<Finding> findings = findingsIn(_original);
     std::size_t errors = 0;
     std::size_t kept = 0;
     for (const Finding& finding : findings) {
       if (finding.isError && finding.isKept) {
         ++kept;
-      } else if (finding.isError && ++errors <= mostTold) {
+      } else if (finding.isError && ++errors <= maxPrinted) {
         tell(fmt::format("{}: error: {}{}{}", _file, finding.where,
                          finding.where.empty() ? "" : ": ", finding.what));
       }

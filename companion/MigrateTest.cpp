@@ -207,7 +207,7 @@ TEST_F(MigrateTest, TellsWhatKeepsItFromTheFile) {
                                   "history-db: " + file +
                                       ": It cannot be opened. No such file or directory.\n"}));
   ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
-  EXPECT_EQ(migrate({}), (Outcome{2, "", "history-db: " + file + ": It is no regular file.\n"}));
+  EXPECT_EQ(migrate({}), (Outcome{2, "", "history-db: " + file + ": It is not a regular file.\n"}));
 }
 
 TEST_F(MigrateTest, RefusesAFileWithErrors) {

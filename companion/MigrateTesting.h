@@ -22,10 +22,10 @@ using TestSupport::Outcome;
 using TestSupport::readFile;
 using TestSupport::writeFile;
 
-/// What befalls the program: variables for tests/reliability/Preload.cpp.
+/// Faults that are injected into the program: variables for tests/reliability/Preload.cpp.
 using Mishap = std::map<std::string, std::string>;
 
-/// What is told of a file behind the first line, which tells how many warnings there are.
+/// The output about a file after its first line, which has the number of warnings.
 inline std::string behindCheck(const std::string& output, const std::string& file) {
   EXPECT_EQ(output.rfind("Checked " + file + ": errors 0, repeated keys 0, warnings ", 0), 0U)
       << output;

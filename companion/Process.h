@@ -5,13 +5,15 @@
 
 namespace Companion {
 
-/// Prepares the process for its surroundings, before anything is opened and any other thread runs.
-/// A file that was mapped and cannot be read, because its device failed or somebody cut it off,
-/// ends the process with a message and status 2. Writing where nobody reads any more, or past the
-/// limit of the file size, becomes an error. A signal that ends it from outside ends a converter
-/// that it started and removes the files that are begun. Standard descriptors that are closed are
-/// opened: they are empty and accept every write. Returns false when that is impossible: then
-/// nothing may be opened, and the process must end.
+/// Sets up signals and standard descriptors:
+/// - A mapped file that cannot be read, because its device failed or it was truncated, ends the
+///   process with a message and status 2.
+/// - Writing to a closed pipe, or past the limit of the file size, returns an error.
+/// - Signals that end the process (`endingSignals`) kill the converter that it started and remove
+///   unfinished files first.
+/// - Closed standard descriptors are opened: they are empty and accept every write.
+/// Returns false if the descriptors cannot be opened: then nothing may be opened, and the process
+/// must end. REQUIRES: no other thread runs, and the process has not opened a file yet.
 bool prepareProcess();
 
 }  // namespace Companion

@@ -3,25 +3,12 @@
 
 #include "companion/Proof.h"
 
-#include <cerrno>
-
 #include <fmt/format.h>
 
 #include "companion/Sha256.h"
 #include "companion/Trouble.h"
 
 namespace Companion {
-
-struct stat regularFile(const std::string& path) {
-  struct stat status = {};
-  if (::stat(path.c_str(), &status) != 0) {
-    throwError(path, "It cannot be opened", errno);
-  }
-  if (!S_ISREG(status.st_mode)) {
-    throw Trouble(path + ": It is no regular file.");
-  }
-  return status;
-}
 
 FileContents contentsOf(const InputFile& file) {
   return {file.name(), static_cast<std::uint64_t>(file.status().st_size), sha256OfFile(file)};

@@ -3,17 +3,12 @@
 
 #pragma once
 
-#include <sys/stat.h>
-
 #include <cstdint>
 #include <string>
 
 #include "companion/Comparison.h"
 
 namespace Companion {
-
-/// The file that a path leads to. Throws Trouble unless it is a regular one.
-struct stat regularFile(const std::string& path);
 
 /// What a file was when it was read.
 struct FileContents {

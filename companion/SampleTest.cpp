@@ -101,7 +101,7 @@ TEST_F(SampleTest, IsTheSameForTheSameSeed) {
 
 TEST_F(SampleTest, IsTheSameOnEveryMachine) {
   made({"--schema", "1", "--systems", "40", "--zones", "40"});
-  EXPECT_EQ(Companion::sha256OfFile(path),
+  EXPECT_EQ(Companion::sha256OfFile(Companion::InputFile(path)),
             "a49d5978d2589347b7498c356b972baa9367ccd11de92700f29921fbc19cbd8f");
 }
 

@@ -59,8 +59,4 @@ std::string sha256OfFile(const InputFile& file) {
   return digits;
 }
 
-std::string sha256OfFile(const std::string& path) {
-  return sha256OfFile(InputFile(path));
-}
-
 }  // namespace Companion

@@ -12,6 +12,5 @@ namespace Companion {
 /// The SHA-256 of a file's bytes, in lower-case hexadecimal digits. Throws Trouble when it cannot
 /// be read.
 std::string sha256OfFile(const InputFile& file);
-std::string sha256OfFile(const std::string& path);
 
 }  // namespace Companion

@@ -21,8 +21,9 @@ namespace {
 auto stateOf(const std::string& path) {
   struct stat status = {};
   EXPECT_EQ(::stat(path.c_str(), &status), 0);
-  return std::make_tuple(Companion::sha256OfFile(path), status.st_ino, status.st_mtim.tv_sec,
-                         status.st_mtim.tv_nsec, status.st_ctim.tv_sec, status.st_ctim.tv_nsec);
+  return std::make_tuple(Companion::sha256OfFile(Companion::InputFile(path)), status.st_ino,
+                         status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_ctim.tv_sec,
+                         status.st_ctim.tv_nsec);
 }
 
 struct Reader {

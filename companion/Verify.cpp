@@ -79,11 +79,12 @@ std::string documentOf(const Proof& proof) {
   return jsonText(json, 2);
 }
 
-/// A receipt in the making. Throws Trouble when it would take the place of a file that is read.
-std::unique_ptr<NewFile> beginReceipt(const VerifyOptions& options) {
-  for (const std::string& path : {options.original, options.converted}) {
+/// Begins the receipt. Throws Trouble if it would replace a file that is read.
+std::unique_ptr<NewFile> beginReceipt(const VerifyOptions& options, const InputFile& original,
+                                      const InputFile& converted) {
+  for (const InputFile* file : {&original, &converted}) {
     struct stat receipt = {};
-    if (::stat(options.receipt.c_str(), &receipt) == 0 && isSameFile(receipt, regularFile(path))) {
+    if (::stat(options.receipt.c_str(), &receipt) == 0 && isSameFile(receipt, file->status())) {
       throw Trouble(options.receipt + ": The receipt would replace a file that is to be verified.");
     }
   }
@@ -93,12 +94,12 @@ std::unique_ptr<NewFile> beginReceipt(const VerifyOptions& options) {
 }  // namespace
 
 Status verify(const VerifyOptions& options, Console& console) {
-  std::unique_ptr<NewFile> receipt;
-  if (!options.receipt.empty()) {
-    receipt = beginReceipt(options);
-  }
   const InputFile original(options.original);
   const InputFile converted(options.converted);
+  std::unique_ptr<NewFile> receipt;
+  if (!options.receipt.empty()) {
+    receipt = beginReceipt(options, original, converted);
+  }
   Proof proof = prove(original, converted);
   const Comparison& comparison = proof.comparison;
   if (isSameFile(original.status(), converted.status())) {

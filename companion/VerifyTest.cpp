@@ -55,7 +55,8 @@ class VerifyTest : public ::testing::Test {
         "    \"size\": {},\n"
         "    \"sha256\": \"{}\"\n"
         "  }}",
-        path, schema, std::filesystem::file_size(path), Companion::sha256OfFile(path));
+        path, schema, std::filesystem::file_size(path),
+        Companion::sha256OfFile(Companion::InputFile(path)));
   }
 
   std::string troubleOf(const std::string& what) const { return "history-db: " + what + "\n"; }

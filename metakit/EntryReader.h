@@ -37,7 +37,7 @@ struct Memo {
 /// What the sizes of a column's items add up to.
 struct SizeSum {
   std::int64_t sum = 0;
-  /// The first row whose size is negative, at which the sum ends; none when it is -1.
+  /// The first row whose size is negative, at which the sum ends; -1 if there is none.
   std::int32_t negativeRow = -1;
 };
 

@@ -22,7 +22,7 @@ class PosixFile : public File {
   static std::unique_ptr<File> open(const char* path, bool write);
 
   /// The file that a descriptor is open for, for writing as well if `writable` is set. The caller
-  /// keeps its descriptor. Null when there is no other one.
+  /// keeps its descriptor. Returns null if the process has no free descriptor.
   static std::unique_ptr<File> share(int descriptor, bool writable);
 
   ~PosixFile() override;

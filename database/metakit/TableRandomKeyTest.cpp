@@ -50,8 +50,7 @@ class TableRandomKeyTest : public TableTest {
   const int _descriptor;
 };
 
-/// Takes the descriptor of the random source away, and standard error to itself, until it is
-/// mended.
+/// Closes the descriptor of the random source and captures standard error, until restore().
 class FailingSource {
  public:
   explicit FailingSource(int descriptor)
@@ -78,8 +77,8 @@ class FailingSource {
     return text;
   }
 
-  /// Lets the source give numbers again, and takes what it says until its user is done.
-  void mend() {
+  /// Makes the source return numbers again. Reads standard error until its user has ended.
+  void restore() {
     ::dup2(_source, _descriptor);
     while (!line().empty()) {
     }
@@ -148,7 +147,7 @@ TEST_F(TableRandomKeyTest, FailingSourceIsAskedAgainWhenTheKeyZeroIsTaken) {
            source.line() == "Pvn::Random::Signed::get(): read() failed: Bad file descriptor\n") {
       ++failures;
     }
-    source.mend();
+    source.restore();
   }
   EXPECT_EQ(failures, 2000);
   EXPECT_EQ(rows().back(), (Row{4, "01234567"}));

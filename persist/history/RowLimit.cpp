@@ -8,17 +8,16 @@
 
 namespace Pvn::Persist::History {
 
-namespace {
-
-constexpr std::int64_t freeBytes = 16 * 1024 * 1024;
-
-}  // namespace
+bool areBytesPlausible(std::int64_t bytes, std::int64_t storedBytes) {
+  constexpr std::int64_t freeBytes = 16 * 1024 * 1024;
+  return bytes <= freeBytes + storedBytes;
+}
 
 bool areRowsPlausible(std::int64_t systemRows, std::int64_t zoneRows, std::int64_t storedBytes) {
   constexpr auto systemSize =
       static_cast<std::int64_t>(sizeof(Kiv::Schema0::Bramal::System::Record));
   constexpr auto zoneSize = static_cast<std::int64_t>(sizeof(Kiv::Schema0::Bramal::Zone::Record));
-  return systemRows * systemSize + zoneRows * zoneSize <= freeBytes + storedBytes;
+  return areBytesPlausible(systemRows * systemSize + zoneRows * zoneSize, storedBytes);
 }
 
 }  // namespace Pvn::Persist::History

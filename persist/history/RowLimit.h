@@ -11,9 +11,12 @@ namespace Pvn::Persist::History {
 // a row whose stored body is empty. A datafile can store a million empty rows in a few bytes.
 // Programs that read a history therefore limit its rows by the size of its file.
 
-/// Whether a file that stores `storedBytes` may hold that many rows of System and Zone records: as
-/// records of schema 0 they need no more than 16 MiB plus what the file stores. Rows whose bodies
-/// are complete always fit, unless the file was copied so that its zeros became holes.
+/// Whether records of that many bytes may come from a file that stores `storedBytes`: they need at
+/// most 16 MiB more than the file stores. Complete bodies always fit, unless the file was copied so
+/// that its zeros became holes.
+bool areBytesPlausible(std::int64_t bytes, std::int64_t storedBytes);
+
+/// The same for rows of System and Zone records, each with a complete body of schema 0.
 bool areRowsPlausible(std::int64_t systemRows, std::int64_t zoneRows, std::int64_t storedBytes);
 
 }  // namespace Pvn::Persist::History
