@@ -26,7 +26,6 @@ FStringBase::FStringBase(const char* s, char* storage, int maxLength)
   }
   _truncated = std::strlen(s) > static_cast<std::size_t>(maxLength);
   copyText(storage, s, maxLength);
-  storage[maxLength] = '\0';
 }
 
 FStringBase::FStringBase(int v, char* storage, int maxLength) : FStringBase(storage, maxLength) {
