@@ -41,9 +41,11 @@ void __real_free(void* block);
 
 void* __wrap_malloc(std::size_t size) {
   ++Heap::timesAsked;
-  void* const block = Heap::refusing ? nullptr : __real_malloc(size);
+  // A new block may hold anything, and another object may follow it.
+  const std::size_t filled = size + 1;
+  void* const block = Heap::refusing ? nullptr : __real_malloc(filled);
   if (block != nullptr) {
-    std::memset(block, '#', size);  // A new block may hold anything.
+    std::memset(block, '#', filled);
   }
   return block;
 }
@@ -384,6 +386,25 @@ TEST_F(DStringTest, FreesEachBlockOnce) {
   EXPECT_EQ(block.timesFreed(), 0);
   s.reset();
   EXPECT_EQ(block.timesFreed(), 1);
+}
+
+TEST_F(DStringTest, WritesNothingBehindItsBlock) {
+  const std::function<void(std::optional<DString>&)> cases[] = {
+      [](auto& s) { s.emplace('a', 0, 1); },
+      [](auto& s) { s.emplace("abc", 0, 1); },
+      [](auto& s) { s.emplace(FString<4>("abc"), 0, 1); },
+      [](auto& s) { s.emplace("", 0, 1) = 'a'; },
+      [](auto& s) { s.emplace("", 0, 1) = "abc"; },
+      [](auto& s) { s.emplace("abc", 0, 1) += 'a'; },
+      [](auto& s) { s.emplace("abc", 0, 1) += "abc"; },
+      [](auto& s) { s.emplace("abc", 0, 1).insertAt(1, "abc"); },
+      [](auto& s) { s.emplace("abc", 0, 1).format("%d", 12345); },
+  };
+  for (const auto& store : cases) {
+    std::optional<DString> s;
+    store(s);
+    EXPECT_EQ(s->getString()[s->maxLength() + 1], '#') << s->getString();
+  }
 }
 
 TEST_F(DStringTest, OperatorsReturnTheString) {

@@ -291,4 +291,68 @@ TEST(FStringTest, InsertsItsOwnTextAsItWouldACopy) {
   }
 }
 
+// What follows the text is older text, which a later insertion may reveal.
+TEST(FStringTest, InsertingItsOwnTextLeavesTheBytesAfterIt) {
+  const std::size_t length = 8;
+  for (int position = 0; position <= 7; ++position) {
+    for (int offset = 0; offset <= 8; ++offset) {
+      FString<11> s;
+      int size = 0;
+      char* const buffer = s.getBuffer(size);
+      const std::string before("abcdefgh\0xy\0", 12);
+      before.copy(buffer, before.size());
+      s.insertAt(position, buffer + offset);
+      const std::size_t end = std::max(std::strlen(buffer) + 1, length);
+      EXPECT_EQ(std::string(buffer, 12).substr(end), before.substr(end))
+          << position << " " << offset;
+    }
+  }
+}
+
+TEST(FStringTest, InsertingEndsTheTextAtTheCapacity) {
+  FString<10> s;
+  int size = 0;
+  char* const buffer = s.getBuffer(size);
+  std::memset(buffer, '#', 11);
+  std::memcpy(buffer, "abcdef", 7);
+  s.insertAt(4, "XYZ");
+  expectText(s, "abcdXYZ###", true);
+}
+
+TEST(FStringTest, WritesNothingBehindItsStorage) {
+  using Small = FString<3>;
+  const std::function<Small*(void*)> constructors[] = {
+      [](void* place) { return new (place) Small(); },
+      [](void* place) { return new (place) Small('7'); },
+      [](void* place) { return new (place) Small("7777"); },
+      [](void* place) { return new (place) Small(7777); },
+      [](void* place) { return new (place) Small(7777U); },
+      [](void* place) { return new (place) Small(7777L); },
+      [](void* place) { return new (place) Small(7777UL); },
+  };
+  const std::function<void(Small&)> operations[] = {
+      [](Small& s) { s = "7777"; },
+      [](Small& s) { s = 7777; },
+      [](Small& s) { s += "7777"; },
+      [](Small& s) { s += 7777; },
+      [](Small& s) { s.insertAt(0, "7777"); },
+      [](Small& s) {
+        s = "abc";
+        s.insertAt(0, s.getString() + 2);
+      },
+  };
+  for (const auto& construct : constructors) {
+    for (const auto& operation : operations) {
+      alignas(Small) char memory[sizeof(Small) + 1];
+      std::memset(memory, '#', sizeof memory);
+      Small* const s = construct(memory);
+      ASSERT_EQ(s->getString() + 4, memory + sizeof(Small));
+      EXPECT_EQ(memory[sizeof(Small)], '#');
+      operation(*s);
+      EXPECT_EQ(memory[sizeof(Small)], '#');
+      s->~Small();
+    }
+  }
+}
+
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include "rtk/string/StringBase.h"
 
+#include <climits>
 #include <cstdarg>
 #include <cstring>
 #include <cwchar>
@@ -218,6 +219,8 @@ TYPED_TEST(StringBaseTest, FindsCharactersFromAnIndexWithinTheText) {
   EXPECT_EQ(this->text.indexOf('\0', 5), -1);
   EXPECT_EQ(this->text.lastIndexOf('\0'), 5);
   EXPECT_EQ(this->text.indexOf('l', -1), -1);
+  EXPECT_EQ(this->text.indexOf('l', INT_MAX), -1);
+  EXPECT_EQ(this->text.indexOf('l', INT_MIN), -1);
   EXPECT_EQ(this->text.indexOf('x'), -1);
   EXPECT_EQ(this->text.lastIndexOf('l'), 3);
   EXPECT_EQ(this->text.lastIndexOf('h'), 0);
@@ -236,6 +239,8 @@ TYPED_TEST(StringBaseTest, FindsTextFromAnIndexWithinTheText) {
   EXPECT_EQ(this->text.indexOf("", 5), 5);
   EXPECT_EQ(this->text.indexOf("", 6), -1);
   EXPECT_EQ(this->text.indexOf("a", -1), -1);
+  EXPECT_EQ(this->text.indexOf("a", INT_MAX), -1);
+  EXPECT_EQ(this->text.indexOf("a", INT_MIN), -1);
   EXPECT_EQ(this->text.indexOf("bananas"), -1);
 }
 
@@ -299,11 +304,10 @@ TYPED_TEST(StringBaseTest, CutRemovesAnInclusiveRange) {
     int to;
     const char* after;
   };
-  constexpr int most = 0x7fffffff;
   for (const Case& c :
        {Case{1, 2, "hlo"}, Case{2, 10, "he"}, Case{3, 1, "hello"}, Case{0, 0, "ello"},
-        Case{0, 4, ""}, Case{4, 4, "hell"}, Case{0, 3, "o"}, Case{2, 5, "he"}, Case{1, most, "h"},
-        Case{-1, 2, "hello"}, Case{5, 6, "hello"}}) {
+        Case{0, 4, ""}, Case{4, 4, "hell"}, Case{0, 3, "o"}, Case{2, 5, "he"},
+        Case{1, INT_MAX, "h"}, Case{-1, 2, "hello"}, Case{-1, 9, "hello"}, Case{5, 6, "hello"}}) {
     this->expect(
         "hello", [&](String& s) { s.cut(c.from, c.to); }, c.after, false);
   }
@@ -597,6 +601,13 @@ TYPED_TEST(StringBaseTest, AppendingLeavesTheBytesAfterTheText) {
     c.operation(this->text);
     EXPECT_EQ(std::string(this->text.getString(), 10), c.bytes);
   }
+}
+
+TYPED_TEST(StringBaseTest, AppendsTheOlderTextOfItsBuffer) {
+  this->text = "abcdefgh";
+  this->text = "ab";
+  this->text.appendTo(this->text.getString() + 3, 3);
+  EXPECT_STREQ(this->text.getString(), "abdef");
 }
 
 // Every place to insert at, with every part of the text as what is inserted.
