@@ -86,6 +86,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         Case{"Whole", "01234567", 8, 0, "ABCDEFGH"}, Case{"Part", "01234567", 3, 2, "01ABC567"},
         Case{"Nothing", "01234567", 0, 8, "01234567"},
+        Case{"OneByte", "01234567", 1, 2, "01A34567"},
         Case{"WithinAShortBody", "0123", 2, 1, "0AB3"},
         Case{"OverTheEndOfAShortBody", "0123", 4, 2, "01ABCD"},
         Case{"AfterAGap", "ab", 2, 4, "ab\0\0AB"s}, Case{"IntoNoBody", "", 4, 4, "\0\0\0\0ABCD"s},

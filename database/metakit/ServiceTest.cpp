@@ -182,6 +182,23 @@ TEST_F(ServiceTest, Uses1024CharactersOfTheFileName) {
   EXPECT_TRUE(std::filesystem::exists(cut));
 }
 
+TEST_F(ServiceTest, CountsTheRowsOfATable) {
+  putRows(path, "Table", {{7, "seven"}, {8, ""}});
+  open();
+  EXPECT_EQ(service.getRowCount("Table"), 2);
+  EXPECT_EQ(service.getRowCount("Missing"), 0);
+}
+
+TEST_F(ServiceTest, CountingTheRowsOfATooLongNameAddsNoTable) {
+  open();
+  for (const unsigned int excess : {1U, 2U, 100U}) {
+    const std::string name(Pvn::Database::Metakit::Persist::maxTableNameLength + excess, 'n');
+    EXPECT_EQ(service.getRowCount(name.c_str()), 0);
+    service.commit();
+    EXPECT_EQ(descriptionOf(path), "") << excess;
+  }
+}
+
 // ---- Databases ----
 
 TEST_F(ServiceTest, CreateBuildsADatabaseInTheClientsMemory) {
