@@ -29,6 +29,8 @@ TEST(RowLimitTest, RejectsMoreRowsThanSixteenMebibytesAndTheFileJustify) {
   EXPECT_FALSE(areRowsPlausible(16 * mebi / 4624, 16 * mebi / 2040, 63));
   EXPECT_TRUE(areRowsPlausible(0, 20 * mebi / 2040, 4 * mebi));
   EXPECT_FALSE(areRowsPlausible(0, 20 * mebi / 2040 + 1, 4 * mebi));
+  EXPECT_TRUE(areRowsPlausible(10000, 0, 10000 * 4624 - 16 * mebi));
+  EXPECT_FALSE(areRowsPlausible(10000, 0, 10000 * 4624 - 16 * mebi - 1));
   EXPECT_FALSE(areRowsPlausible(INT32_MAX, INT32_MAX, INT32_MAX));
 }
 
