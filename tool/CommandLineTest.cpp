@@ -241,6 +241,15 @@ TEST_F(CommandLineTest, RefusesALinkToADeviceAsOutfile) {
   EXPECT_TRUE(exists(link));
 }
 
+TEST_F(CommandLineTest, RefusesADeviceThatIsBothFilesAsTheSameFile) {
+  const std::string link = folder.path("link");
+  ASSERT_EQ(::symlink("/dev/full", link.c_str()), 0);
+  EXPECT_EQ(runWith({link, "0", link, "1"}),
+            reported("Accessing OUTFILE argument \"" + link +
+                     "\", produced the error: " + std::strerror(EINVAL)));
+  EXPECT_TRUE(exists(link));
+}
+
 TEST_F(CommandLineTest, FailsSilentlyForOutfileWhenQuiet) {
   EXPECT_EQ(runWith({"-q", infile, "0", folder.path("."), "1"}), silentFailure);
   EXPECT_EQ(runWith({infile, "0", infile + "/x", "1", "-q"}), silentFailure);

@@ -180,6 +180,11 @@ TEST_F(NamesTest, EachOutfileHasAClearEnd) {
   count("names", std::size(cases));
 }
 
+TEST_F(NamesTest, ReportsInfileIfBothNamesAreTooLong) {
+  const std::string from = roundabout("in.mk", 1025);
+  EXPECT_EQ(tell(from, roundabout("out.mk", 1025)), fatal("INFILE", from, tooLong));
+}
+
 TEST_F(NamesTest, AnyBytesMakeAName) {
   /// A name, and how a fatal error prints it.
   const std::pair<std::string, std::string> names[] = {
