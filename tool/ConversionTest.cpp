@@ -158,16 +158,22 @@ TEST_F(ConversionRunTest, TellsWhyInfileCannotBeOpened) {
   std::string bytes = readFile(typical.path);
   bytes.replace(bytes.size() - 12, 8, 8, '\xFF');
   TestSupport::writeFile(damaged, bytes);
+  // The marks of a datafile, and nothing else.
+  const std::string littleEndian = folder.path("little");
+  TestSupport::writeFile(littleEndian, "JL");
+  const std::string bigEndian = folder.path("big");
+  TestSupport::writeFile(bigEndian, "LJ");
+  const std::string oneByte = folder.path("byte");
+  TestSupport::writeFile(oneByte, "J");
   const std::string directory = folder.path("directory");
   ASSERT_EQ(::mkdir(directory.c_str(), 0777), 0);
   const std::string fifo = folder.path("fifo");
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0666), 0);
   const std::pair<std::string, const char*> cases[] = {
-      {text, "It is not a history database"},
-      {damaged, "It is damaged"},
-      {directory, "Is a directory"},
-      {fifo, "It is not a regular file"},
-      {"/dev/null", "It is not a regular file"},
+      {text, "It is not a history database"},    {damaged, "It is damaged"},
+      {littleEndian, "It is damaged"},           {bigEndian, "It is damaged"},
+      {oneByte, "It is not a history database"}, {directory, "Is a directory"},
+      {fifo, "It is not a regular file"},        {"/dev/null", "It is not a regular file"},
   };
   for (const auto& [path, reason] : cases) {
     for (const char* option : {"--", "-q"}) {

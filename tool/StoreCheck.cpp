@@ -98,8 +98,9 @@ const char* reasonFor(const char* path, int flags) {
     return std::strerror(errno);
   }
   char start[2] = {};
-  const bool isDatafile = ::pread(file.descriptor(), start, sizeof start, 0) == sizeof start &&
-                          (std::memcmp(start, "JL", 2) == 0 || std::memcmp(start, "LJ", 2) == 0);
+  const bool isDatafile =
+      ::pread(file.descriptor(), start, sizeof start, 0) == sizeof start &&
+      (std::memcmp(start, "JL", sizeof start) == 0 || std::memcmp(start, "LJ", sizeof start) == 0);
   return isDatafile ? "It is damaged" : "It is not a history database";
 }
 
@@ -146,12 +147,11 @@ void removeCreatedInfile(const char* path, const struct stat& opened) {
       found.st_size == 0 && (found.st_mode & allPermissions) == 0) {
     Rtk::DString aside(target);
     aside += ".created";
-    const char* const name = aside.getString();
-    if (::renameat2(AT_FDCWD, target, AT_FDCWD, name, RENAME_NOREPLACE) == 0) {
-      if (::lstat(name, &found) == 0 && isSameFile(found, opened)) {
-        ::unlink(name);
+    if (::renameat2(AT_FDCWD, target, AT_FDCWD, aside.getString(), RENAME_NOREPLACE) == 0) {
+      if (::lstat(aside.getString(), &found) == 0 && isSameFile(found, opened)) {
+        ::unlink(aside.getString());
       } else {
-        ::renameat2(AT_FDCWD, name, AT_FDCWD, target, RENAME_NOREPLACE);
+        ::renameat2(AT_FDCWD, aside.getString(), AT_FDCWD, target, RENAME_NOREPLACE);
       }
     }
   }
