@@ -112,6 +112,29 @@ TEST_F(MovedInfileTest, IsReportedWhenAnotherFileIsOpenedMeanwhile) {
   EXPECT_GT(reports, 0);
 }
 
+TEST_F(MovedInfileTest, IsKeptWhenItIsMovedBackWhileTheProgramReportsIt) {
+  // Among these calls, INFILE is opened.
+  for (int call = 6; call <= 12; ++call) {
+    for (int callBack = call + 1; callBack <= call + 10; ++callBack) {
+      SCOPED_TRACE(std::to_string(call) + ", back before " + std::to_string(callBack));
+      makeInfile(original);
+      outcome = convert({{"TRIAL_MOVE", std::to_string(call) + ',' + infile + ',' + other},
+                         {"TRIAL_MOVE_BACK", std::to_string(callBack)}});
+      EXPECT_TRUE(readFile(::access(other.c_str(), F_OK) != 0 ? infile : other) == original);
+      ::unlink(other.c_str());
+    }
+  }
+}
+
+TEST_F(MovedInfileTest, IsNotCreatedWhenItIsMissingBeforeItIsOpened) {
+  ::unlink(outfile.c_str());
+  makeInfile(original);
+  // Just after the command line is checked. A file that is created now cannot be removed.
+  outcome = convert({{"TRIAL_MOVE", "5," + infile + ',' + other}, {"TRIAL_NO_LINKS", "1"}});
+  EXPECT_TRUE(expectReportOrConversion());
+  EXPECT_NE(::access(infile.c_str(), F_OK), 0);
+}
+
 TEST_F(MovedInfileTest, IsReportedWhenItIsRemoved) {
   int reports = 0;
   for (int call = 1; call <= calls; ++call) {
@@ -124,7 +147,8 @@ TEST_F(MovedInfileTest, IsReportedWhenItIsRemoved) {
 }
 
 TEST_F(MovedInfileTest, IsReportedWhenItIsReplaced) {
-  for (const std::string& bytes : {readFile(goldenFile("system-only.mk").path), std::string()}) {
+  for (const std::string& bytes :
+       {readFile(goldenFile("system-only.mk").path), std::string(), std::string("no database")}) {
     replacement = bytes;
     int reports = 0;
     // Before the first two calls the program has not opened INFILE yet: it converts the new one.
