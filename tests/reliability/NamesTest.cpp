@@ -95,8 +95,8 @@ class NamesTest : public Trial {
   }
 
   /// As a user who may not remove a device, whoever runs the tests.
-  Outcome tell(const std::string& from, const std::string& to) {
-    Outcome outcome = runAsNobody({HISTORY_CONVERT, "--", from, "0", to, "1"});
+  Outcome tell(const std::string& from, const std::string& to, const Mishap& mishap = {}) {
+    Outcome outcome = runAsNobody({HISTORY_CONVERT, "--", from, "0", to, "1"}, mishap);
     const std::string thread = "[creator";
     const std::size_t at = outcome.standardError.find(thread);
     if (at != std::string::npos) {
@@ -130,6 +130,8 @@ TEST_F(NamesTest, EachInfileHasAClearEnd) {
       {"/dev/full", fatal("INFILE", "/dev/full", notRegular)},
       {"/dev/urandom", fatal("INFILE", "/dev/urandom", notRegular)},
       {"/proc/self", fatal("INFILE", "/proc/self", EISDIR)},
+      // It cannot be mapped.
+      {"/sys/devices/system/cpu/online", fatal("INFILE", "/sys/devices/system/cpu/online", ENODEV)},
       // Files that the system says have no bytes.
       {"/proc/version", complete},
       {"/proc/self/maps", complete},
@@ -178,6 +180,25 @@ TEST_F(NamesTest, EachOutfileHasAClearEnd) {
     expectNothingElseTouched();
   }
   count("names", std::size(cases));
+}
+
+TEST_F(NamesTest, AnOutfileThatAppearsMeanwhileHasAClearEnd) {
+  const std::string other = folder.path("other.mk");
+  const Outcome expected = fatal("OUTFILE", outfile, "It is not a history database");
+  int reports = 0;
+  for (int call = 6; call <= 20; ++call) {
+    SCOPED_TRACE(call);
+    TestSupport::writeFile(other, "no database");
+    ::chmod(other.c_str(), 0444);
+    const Outcome outcome =
+        tell(infile, outfile, {{"TRIAL_MOVE", std::to_string(call) + ',' + other + ',' + outfile}});
+    if (outcome.status != 0) {
+      EXPECT_EQ(outcome, expected);
+      ++reports;
+    }
+    ::unlink(outfile.c_str());
+  }
+  EXPECT_GT(reports, 0);
 }
 
 TEST_F(NamesTest, ReportsInfileIfBothNamesAreTooLong) {
