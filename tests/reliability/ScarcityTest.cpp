@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 #include <sstream>
 #include <string>
 
@@ -56,6 +57,15 @@ class ScarcityTest : public Trial {
 
 TEST_F(ScarcityTest, TooFewDescriptors) {
   EXPECT_GT(raise(RLIMIT_NOFILE, 1), 4);
+}
+
+TEST_F(ScarcityTest, NoDescriptorForInfile) {
+  const Outcome outcome = convert(limit(RLIMIT_NOFILE, 3));
+  EXPECT_EQ(outcome.status, 0) << outcome;
+  EXPECT_NE(outcome.standardError.find("Accessing INFILE argument \"" + infile +
+                                       "\", produced the error: " + std::strerror(EMFILE)),
+            std::string::npos)
+      << outcome;
 }
 
 TEST_F(ScarcityTest, TooSmallFiles) {
@@ -110,14 +120,15 @@ class FaultTest : public ScarcityTest {
     return calls;
   }
 
-  /// Has a conversion for each call of `last`, or for every `step`th: with that call failing alone,
-  /// and with all behind it failing, too. `mishap` makes that of the number of the first one and of
-  /// the one where all goes well again.
+  /// Has a conversion for each of the first calls, and for every `step`th up to `last`: with that
+  /// call failing alone, and with all behind it failing, too. `mishap` makes that of the number of
+  /// the first one and of the one where all goes well again.
   template <class MakeMishap>
   void failEach(int last, int step, const MakeMishap& mishap) {
     int faults = 0;
     int failed = 0;
-    for (int call = 1; call <= last && !HasFailure(); call += step) {
+    // The first calls open both files.
+    for (int call = 1; call <= last && !HasFailure(); call += call < 30 ? 1 : step) {
       for (const int to : {call + 1, last + 1000}) {
         const std::string calls = std::to_string(call) + "," + std::to_string(to);
         SCOPED_TRACE("failing calls " + calls);
@@ -138,6 +149,15 @@ TEST_F(FaultTest, FailingFileCalls) {
     failEach(last, trials(3, 1), [error](const std::string& calls) -> Mishap {
       return {{"TRIAL_FAIL", calls + "," + std::to_string(error)}};
     });
+  }
+}
+
+TEST_F(FaultTest, AWriteThatFailsOnceIsRepeated) {
+  const int last = callsOfAConversion().files;
+  // The last two calls open and flush OUTFILE.
+  for (int call = last - 10; call < last - 1; ++call) {
+    const std::string calls = std::to_string(call) + "," + std::to_string(call + 1);
+    EXPECT_TRUE(converts({{"TRIAL_FAIL", calls + "," + std::to_string(ENOSPC)}})) << calls;
   }
 }
 

@@ -153,9 +153,13 @@ bool Trial::expectTruth(const Outcome& outcome, const GoldenFile& golden) const 
 }
 
 int Trial::rowsConverted(const GoldenFile& golden) const {
-  if (::access(outfile.c_str(), F_OK) != 0) {
+  struct stat status = {};
+  if (::stat(outfile.c_str(), &status) != 0) {
     return 0;
   }
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  EXPECT_EQ(status.st_mode & 0777, 0666 & ~mask);
   EXPECT_TRUE(c4_Storage(outfile.c_str(), 0).Strategy().IsValid());
   int rows = 0;
   bool isLast = false;

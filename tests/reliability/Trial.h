@@ -60,7 +60,8 @@ class Trial : public ::testing::Test {
   /// was converted.
   bool expectTruth(const Outcome& outcome, const GoldenFile& golden) const;
 
-  /// The number of rows in OUTFILE, which must be the first ones of `golden`, table by table.
+  /// The number of rows in OUTFILE, which must be the first ones of `golden`, table by table. Also
+  /// checks its permissions.
   int rowsConverted(const GoldenFile& golden) const;
 
   /// What the program tells when it has converted a file without warnings.
