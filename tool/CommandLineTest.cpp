@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -156,6 +157,20 @@ TEST_F(CommandLineTest, BeginsItsMessagesWithTheNameItWasCalledBy) {
   ASSERT_EQ(::symlink(program, name.c_str()), 0);
   EXPECT_EQ(run({name, "-h"}), (Outcome{0, "", usage(name)}));
   EXPECT_EQ(run({name, "-z"}), (Outcome{1, "", name + ": unknown option: z\n"}));
+}
+
+TEST_F(CommandLineTest, KeepsItsStatusWhenNobodyReadsItsMessages) {
+  const Outcome failure = {1, "", ""};
+  EXPECT_EQ(
+      inChild([] {
+        std::signal(SIGPIPE, SIG_DFL);
+        int ends[2] = {};
+        if (::pipe(ends) != 0 || ::dup2(ends[1], STDERR_FILENO) < 0 || ::close(ends[0]) != 0) {
+          std::abort();
+        }
+        TestSupport::execute({program, "-z"});
+      }),
+      failure);
 }
 
 TEST_F(CommandLineTest, TouchesNoFileBeforeTheWholeCommandLineIsRead) {
