@@ -25,6 +25,7 @@
 #include "rtk/thread/Runnable.h"
 #include "rtk/thread/Thread.h"
 #include "tests/support/Child.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
@@ -150,12 +151,34 @@ TEST(ThreadsTest, AFatalErrorOnTheServersThreadDoesNotWaitForIt) {
             (Outcome{255, "", "@@ FATAL ERROR: on the server's thread.\n"}));
 }
 
+/// Delivers to a server, and returns when the server's thread can do no more without the caller.
+class SlowPost final : public Rtk::PostMessageApi {
+ public:
+  SlowPost(Rtk::PostMessageApi& server, Rtk::Thread& thread) : _server(server), _thread(thread) {}
+
+  void post(Rtk::Message& message) override {
+    _server.post(message);
+    const std::string state = "/proc/self/task/" + std::to_string(_thread.getId()) + "/stat";
+    while (TestSupport::readFile(state).find(") S ") == std::string::npos) {
+      ::sched_yield();
+    }
+  }
+  void postSync(Rtk::Message& message) override { _server.postSync(message); }
+
+ private:
+  Rtk::PostMessageApi& _server;
+  Rtk::Thread& _thread;
+};
+
 /// Ends a process that has a server, after the server has processed `message` so far that it
-/// signals. The first wait gives `result`, if that is not negative.
+/// signals. The first wait gives `result`, if that is not negative. The server must not stop before
+/// that wait.
 Outcome endWithServer(SignalMessage& message, int result) {
   return inChild([&message, result] {
     static Rtk::MailboxServer server;
-    stopServerAtExit(server, startThread(server, "server"));
+    Rtk::Thread& thread = startThread(server, "server");
+    static SlowPost slow(server, thread);
+    stopServerAtExit(slow, thread);
     server.post(message);
     message.processed.wait();
     givenResult = result;
