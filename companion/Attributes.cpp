@@ -121,16 +121,17 @@ void copyAttributes(int from, int to, const std::string& name) {
   }
 }
 
-void giveInitialPermissions(int folder, int file, mode_t mode, const std::string& name) {
+void giveInitialPermissions(int folder, int file, mode_t mode, mode_t allowed,
+                            const std::string& name) {
   const auto list = valueOf(folder, "system.posix_acl_default");
   if (!list) {
     // Some file systems have no modes.
-    ::fchmod(file, mode);
+    ::fchmod(file, mode & allowed);
     return;
   }
   // The list takes the place of the mask of the process.
   if (::fsetxattr(file, accessControlList, list->data(), list->size(), 0) != 0 ||
-      ::fchmod(file, statusOf(file, name).st_mode & 0666) != 0) {
+      ::fchmod(file, statusOf(file, name).st_mode & allowed) != 0) {
     throwError(name, listCannotBeGiven, errno);
   }
 }

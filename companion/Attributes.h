@@ -16,8 +16,9 @@ namespace Companion {
 void copyAttributes(int from, int to, const std::string& name);
 
 /// Gives a file the permissions of one that is created in `folder`: `mode`, or what the default
-/// access control list of the folder grants. Throws Trouble that names `name` when the list cannot
-/// be given.
-void giveInitialPermissions(int folder, int file, mode_t mode, const std::string& name);
+/// access control list of the folder grants, but none that are not in `allowed`. Throws Trouble
+/// that names `name` when the list cannot be given.
+void giveInitialPermissions(int folder, int file, mode_t mode, mode_t allowed,
+                            const std::string& name);
 
 }  // namespace Companion

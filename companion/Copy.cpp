@@ -42,10 +42,10 @@ namespace {
 
 /// The root of a commit. The engine gives that of the last one only; this holds any against the
 /// engine's rules.
-std::shared_ptr<Sequence> rootOf(const std::string& path, const CommitFound& commit) {
-  const Trouble changed(path + ": It changed while it was read.");
-  auto file = Metakit::openFile(path.c_str(), false);
-  if (file == nullptr || file->length() < commit.base + commit.end - Metakit::tailSize) {
+std::shared_ptr<Sequence> rootOf(const InputFile& input, const CommitFound& commit) {
+  const Trouble changed(input.name() + ": It changed while it was read.");
+  auto file = input.open();
+  if (file->length() < commit.base + commit.end - Metakit::tailSize) {
     throw changed;
   }
   const auto source = std::make_shared<Metakit::Source>(
@@ -206,8 +206,9 @@ void tellTables(const Inspection& inspection, const std::string& file, Console& 
 }
 
 /// Copies what can be had of a file that nobody opens.
-void salvage(const Inspection& last, const std::string& file, const NewFile& copy,
+void salvage(const Inspection& last, const InputFile& input, const NewFile& copy,
              Console& console) {
+  const std::string& file = input.name();
   const std::string is = fmt::format("{}: It is {}: {}: {}.", file, nameOf(last.state),
                                      last.faults.front().where, last.faults.front().what);
   // The blocks of the last commit were never overwritten; those of older ones may have been.
@@ -219,7 +220,7 @@ void salvage(const Inspection& last, const std::string& file, const NewFile& cop
   console.tell(is);
   const Inspection& source = takesLast ? last : *older;
   if (source.faultCount == 0) {
-    copyAll(*rootOf(file, *source.commit), copy);
+    copyAll(*rootOf(input, *source.commit), copy);
   } else {
     copyRows(source, copy);
   }
@@ -257,18 +258,20 @@ void checkThatTheyDiffer(const CopyOptions& options) {
 Status copy(const CopyOptions& options, Console& console) {
   checkThatTheyDiffer(options);
   const std::string& file = options.file;
-  const Inspection last = inspect(file);
+  const InputFile input(file);
+  const Inspection last = inspect(input);
   NewFile copy(options.newFile, options.force);
+  copy.limitPermissions(input);
   switch (last.state) {
     case FileState::Whole:
     case FileState::CutOff:
-      copyAll(*rootOf(file, *last.commit), copy);
+      copyAll(*rootOf(input, *last.commit), copy);
       break;
     case FileState::Empty:
       // A file of no bytes is one without tables.
       break;
     default:
-      salvage(last, file, copy, console);
+      salvage(last, input, copy, console);
   }
   copy.finish();
   if (last.state == FileState::CutOff) {

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <utility>
@@ -44,7 +45,9 @@ InputFile::InputFile(const std::string& path) : InputFile(path, opened(path)) {}
 
 InputFile::InputFile(std::string name, Descriptor descriptor)
     : _name(std::move(name)), _descriptor(std::move(descriptor)) {
-  expectRegular(_name, status());
+  const struct stat opened = status();
+  expectRegular(_name, opened);
+  _size = opened.st_size;
 }
 
 struct stat InputFile::status() const {
@@ -56,17 +59,25 @@ struct stat InputFile::status() const {
 }
 
 void InputFile::copyTo(int descriptor, const std::string& target) const {
-  std::array<char, 65536> buffer{};
-  ssize_t size = 0;
-  for (off_t at = 0; (size = ::pread(_descriptor.get(), buffer.data(), buffer.size(), at)) > 0;) {
-    const ssize_t written = ::pwrite(descriptor, buffer.data(), static_cast<std::size_t>(size), at);
+  constexpr std::int64_t bufferSize = 65536;
+  std::array<char, bufferSize> buffer{};
+  for (std::int64_t at = 0; at < _size;) {
+    const auto wanted = static_cast<std::size_t>(std::min(bufferSize, _size - at));
+    const ssize_t got = ::pread(_descriptor.get(), buffer.data(), wanted, at);
+    if (got < 0) {
+      throwError(_name, "It cannot be read", errno);
+    }
+    if (got == 0) {
+      break;
+    }
+    const ssize_t written = ::pwrite(descriptor, buffer.data(), static_cast<std::size_t>(got), at);
     if (written <= 0) {
       throwError(target, "It cannot be written", errno);
     }
     at += written;
   }
-  if (size < 0) {
-    throwError(_name, "It cannot be read", errno);
+  if (status().st_size != _size) {
+    throw Trouble(_name + ": Somebody has changed it meanwhile.");
   }
 }
 

@@ -5,6 +5,7 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -33,9 +34,12 @@ class InputFile {
 
   /// Its state now.
   struct stat status() const;
+  /// Its size when it was opened. Nothing behind that is read: another process may write to the
+  /// file without end.
+  std::int64_t size() const { return _size; }
 
   /// Copies the contents to an empty file that is open for writing; messages call it `target`.
-  /// Throws Trouble when that fails.
+  /// Throws Trouble when that fails, or the size has changed.
   void copyTo(int descriptor, const std::string& target) const;
 
   /// The file for a datafile to read. Throws Trouble when no descriptor is left.
@@ -44,6 +48,7 @@ class InputFile {
  private:
   const std::string _name;
   const Descriptor _descriptor;
+  std::int64_t _size = 0;
 };
 
 /// Opens a file by its name in a folder, without following a symbolic link. Messages call it

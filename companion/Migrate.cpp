@@ -4,15 +4,14 @@
 #include "companion/Migrate.h"
 
 #include <fcntl.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 #include <fmt/format.h>
@@ -33,17 +32,33 @@ namespace Companion {
 
 namespace {
 
-/// The file itself when the path is a symbolic link.
-std::string resolved(const std::string& path) {
-  struct stat status = {};
-  if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) {
-    return path;
+/// The file that a path leads to through symbolic links. Throws Trouble if a link belongs to
+/// another user: its owner could make root migrate any file. Reads each link through a descriptor,
+/// so the link that is followed is the one that was checked.
+std::string resolved(std::string path) {
+  constexpr int maxLinks = 40;
+  for (int links = 0; links < maxLinks; ++links) {
+    const Descriptor link(::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status = {};
+    if (!link.isOpen() || ::fstat(link.get(), &status) != 0) {
+      throwError(path, "It cannot be opened", errno);
+    }
+    if (!S_ISLNK(status.st_mode)) {
+      return path;
+    }
+    if (status.st_uid != ::geteuid() && status.st_uid != 0) {
+      throw Trouble(path + ": It is a symbolic link of another user and is not followed.");
+    }
+    std::string target(PATH_MAX, '\0');
+    const ssize_t size = ::readlinkat(link.get(), "", target.data(), target.size());
+    if (size < 0) {
+      throwError(path, "The link cannot be followed", errno);
+    }
+    target.resize(static_cast<std::size_t>(size));
+    const bool isAbsolute = !target.empty() && target.front() == '/';
+    path = isAbsolute ? target : folderOf(path) + "/" + target;
   }
-  const std::unique_ptr<char, void (*)(void*)> target(::realpath(path.c_str(), nullptr), ::free);
-  if (target == nullptr) {
-    throwError(path, "The link cannot be followed", errno);
-  }
-  return target.get();
+  throwError(path, "The link cannot be followed", ELOOP);
 }
 
 /// Holds a write lock on a file, so that a second run ends at once. Read locks of other programs do
@@ -216,6 +231,7 @@ class Migration {
       throw Trouble(output + ": It is the file that is to be converted.");
     }
     NewFile result(output, _options.force);
+    result.limitPermissions(_original);
     expectSpace(result.folder(), needed);
     if (!makeResult(converter, result)) {
       return Status::Findings;

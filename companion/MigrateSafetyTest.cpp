@@ -165,6 +165,44 @@ TEST_F(ExchangedFilesTest, AnotherFileIsNotReplaced) {
   }
 }
 
+/// The owner of the file makes it longer at any moment, so that a copy of it would fill the disk.
+TEST_F(ExchangedFilesTest, AGrowingFileIsNotReadToItsEnd) {
+  const std::string attack = "truncate -s 4G '" + file + "'";
+  int refusals = 0;
+  for (int call = calls(); call > 0 && !HasFailure(); --call) {
+    SCOPED_TRACE("longer at call " + std::to_string(call));
+    begin();
+    const Outcome outcome =
+        migrate({"-q", "-n"}, {{"TRIAL_ACT", std::to_string(call) + "," + attack},
+                               {"TRIAL_LIMIT", std::to_string(RLIMIT_CPU) + ",5"}});
+    EXPECT_TRUE(outcome.status == 0 || outcome.status == 2) << outcome;
+    refusals +=
+        outcome.standardError.find(": Somebody has changed it meanwhile. ") != std::string::npos
+            ? 1
+            : 0;
+  }
+  EXPECT_GT(refusals, 0);
+}
+
+TEST_F(MigrateSafetyTest, ResultsOfAPrivateFileArePrivate) {
+  ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
+  const std::string converted = folder.path("converted.mk");
+  const std::vector<std::vector<std::string>> commands = {
+      {"copy", file, folder.path("copy.mk")},
+      {"migrate", "-q", "--output", converted, file},
+      {"verify", "-q", "--receipt", folder.path("receipt"), file, converted},
+      {"plot", "--output", folder.path("plot.svg"), converted}};
+  const mode_t before = ::umask(0);
+  for (std::vector<std::string> command : commands) {
+    command.insert(command.begin(), HISTORY_DB);
+    EXPECT_EQ(TestSupport::run(command), (Outcome{0, "", ""})) << command[1];
+  }
+  ::umask(before);
+  for (const auto& entry : fs::directory_iterator(folder.path(""))) {
+    EXPECT_EQ(statusOf(entry.path()).st_mode & 07777U, 0600U) << entry;
+  }
+}
+
 TEST_F(MigrateSafetyTest, TheNewFileIsPrivateUntilItIsProved) {
   ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
   const std::string modes = scripts.path("modes");

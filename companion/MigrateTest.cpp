@@ -108,6 +108,38 @@ TEST_F(MigrateTest, WorksOnWhatALinkLeadsTo) {
   expectMigrated();
 }
 
+TEST_F(MigrateTest, FollowsLinksOfLinks) {
+  std::filesystem::create_symlink("../" + folder.path("").substr(5) + "/old.mk",
+                                  scripts.path("one"));
+  std::filesystem::create_symlink("one", scripts.path("two"));
+  EXPECT_EQ(TestSupport::run({HISTORY_DB, "migrate", "-q", scripts.path("two")}),
+            (Outcome{0, "", ""}));
+  expectMigrated();
+  const std::string loop = scripts.path("loop");
+  std::filesystem::create_symlink("loop", loop);
+  EXPECT_EQ(TestSupport::run({HISTORY_DB, "migrate", "-q", loop}).standardError,
+            "history-db: " + loop +
+                ": The link cannot be followed. Too many levels of symbolic links.\n");
+}
+
+TEST_F(MigrateTest, FollowsNoLinkOfAnotherUser) {
+  const std::string link = scripts.path("link");
+  ASSERT_EQ(::symlink(file.c_str(), link.c_str()), 0);
+  // Only root can give a link to somebody.
+  const bool isRoot = ::geteuid() == 0;
+  if (isRoot) {
+    ASSERT_EQ(::lchown(link.c_str(), 61234, 61235), 0);
+  }
+  const Outcome outcome = TestSupport::run({HISTORY_DB, "migrate", "-q", link});
+  if (isRoot) {
+    EXPECT_EQ(outcome, (Outcome{2, "",
+                                "history-db: " + link +
+                                    ": It is a symbolic link of another user and is not "
+                                    "followed.\n"}));
+    expectAsItWas();
+  }
+}
+
 TEST_F(MigrateTest, ReplacesNoOlderOriginal) {
   writeFile(kept, "older");
   EXPECT_EQ(migrate({"-q"}),

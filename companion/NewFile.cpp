@@ -57,6 +57,10 @@ void NewFile::failToWrite(int error) const {
   throwError(_path, "It cannot be written", error);
 }
 
+void NewFile::limitPermissions(const InputFile& source) {
+  _allowed &= source.status().st_mode;
+}
+
 void NewFile::write(std::string_view bytes) {
   while (!bytes.empty()) {
     const ssize_t written = ::write(descriptor(), bytes.data(), bytes.size());
@@ -126,7 +130,8 @@ int NewFile::exchange(const struct stat& replaced) const {
 
 void NewFile::finish(const struct stat* replaced) {
   if (replaced == nullptr) {
-    giveInitialPermissions(_folder.descriptor(), descriptor(), _private.fileMode(), _path);
+    giveInitialPermissions(_folder.descriptor(), descriptor(), _private.fileMode(), _allowed,
+                           _path);
   }
   if (::fsync(descriptor()) != 0) {
     failToWrite(errno);

@@ -31,6 +31,9 @@ class NewFile {
   const std::string& name() const { return _name; }
   const PrivateFolder& privateFolder() const { return _private; }
 
+  /// Has it get no permissions that `source` lacks: its contents come from there.
+  void limitPermissions(const InputFile& source);
+
   /// Appends to it. Throws Trouble when that cannot be written.
   void write(std::string_view bytes);
 
@@ -64,6 +67,8 @@ class NewFile {
   const Folder _folder;
   PrivateFolder _private;
   Descriptor _descriptor;
+  /// The permissions that it may get.
+  mode_t _allowed = 0666;
 };
 
 }  // namespace Companion

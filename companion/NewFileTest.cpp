@@ -213,6 +213,20 @@ TEST_F(NewFileTest, GetsThePermissionsThatItsFolderGivesToNewFiles) {
   EXPECT_EQ(permissions(path), permissions(other));
 }
 
+TEST_F(NewFileTest, HasNoPermissionsThatItsSourceLacks) {
+  const std::string source = folder.path("source");
+  writeFile(source, "");
+  ASSERT_EQ(::chmod(source.c_str(), 0640), 0);
+  const mode_t before = ::umask(0);
+  NewFile file(path, false);
+  ::umask(before);
+  file.limitPermissions(Companion::InputFile(source));
+  file.finish();
+  struct stat status = {};
+  ASSERT_EQ(::stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0640U);
+}
+
 TEST_F(NewFileTest, TellsWhatKeepsItFromBeingMade) {
   EXPECT_EQ(troubleOf(folder.path("none/file")),
             folder.path("none/file") + ": It cannot be created. No such file or directory.");

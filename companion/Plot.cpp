@@ -82,8 +82,8 @@ std::string subtitleOf(const Database& database, const Table& table, const Row& 
       table.name.kind == Kind::System ? std::to_string(layout.schema) : nameOf(schemaOf(database)));
 }
 
-std::string drawn(const PlotOptions& options) {
-  const Database database(options.file);
+std::string drawn(const PlotOptions& options, const InputFile& file) {
+  const Database database(file);
   const Table& table = tableOf(options, database);
   const Row& row = rowOf(options, table);
   const Layout& layout = layoutOfRecord(options, table, row);
@@ -106,11 +106,13 @@ Status plot(const PlotOptions& options, Console& console) {
   if (!options.output.empty() && std::filesystem::equivalent(options.file, options.output, none)) {
     throw Trouble(options.output + ": It is the database, which is not replaced.");
   }
-  const std::string picture = drawn(options);
+  const InputFile database(options.file);
+  const std::string picture = drawn(options, database);
   if (options.output.empty()) {
     console.print(picture);
   } else {
     NewFile file(options.output, options.force);
+    file.limitPermissions(database);
     file.write(picture);
     file.finish();
   }

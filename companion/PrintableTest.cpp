@@ -17,7 +17,7 @@ TEST(PrintableTest, TextStaysAsItIs) {
   // Characters of two, three and four bytes, the first and the last of each.
   const std::string characters =
       "\u00a0\u07ff\u0800\ud7ff\ue000\uffff\U00010000\U0010ffff"
-      "\u061b\u200d\u2010\u2029\u202f\u2065\u206a";
+      "\u061b\u200d\u2010\u2027\u202f\u2065\u206a";
   EXPECT_EQ(printable(characters), characters);
 }
 
@@ -38,10 +38,12 @@ TEST(PrintableTest, WhatIsNoneIsEscaped) {
       {"\xf4\x90\x80\x80", "\\xf4\\x90\\x80\\x80"},  // past the last
       {"\xe2\x82", "\\xe2\\x82"},                    // cut off
       {"\xe2\x82x", "\\xe2\\x82x"},
-      // They change the direction of the text.
+      // They change the direction of the text or start a line.
       {"\u061c", "\\xd8\\x9c"},
       {"\u200e", "\\xe2\\x80\\x8e"},
       {"\u200f", "\\xe2\\x80\\x8f"},
+      {"\u2028", "\\xe2\\x80\\xa8"},
+      {"\u2029", "\\xe2\\x80\\xa9"},
       {"\u202a", "\\xe2\\x80\\xaa"},
       {"\u202e", "\\xe2\\x80\\xae"},
       {"\u2066", "\\xe2\\x81\\xa6"},

@@ -113,14 +113,12 @@ void PrivateFolder::make(const Folder& parent) {
 }
 
 void PrivateFolder::protect(const Folder& parent) const {
-  // The access control list that new files in the parent get would come before their modes.
-  ::fremovexattr(descriptor(), "system.posix_acl_default");
   struct stat own = {};
   struct stat around = {};
   if (::fstat(descriptor(), &own) != 0 || ::fstat(parent.descriptor(), &around) != 0) {
     throwError(_file, "It cannot be created", errno);
   }
-  if (!isEmpty(descriptor())) {
+  if (own.st_dev != around.st_dev || !isEmpty(descriptor())) {
     throw Trouble(_file + ": Another process has exchanged the private folder.");
   }
   // A file system without owners and modes shows the same ones everywhere.
@@ -129,6 +127,8 @@ void PrivateFolder::protect(const Folder& parent) const {
                   ": Its folder can be written by other users, and no private folder can "
                   "be made in it.");
   }
+  // The access control list that new files in the parent get would come before their modes.
+  ::fremovexattr(descriptor(), "system.posix_acl_default");
 }
 
 Descriptor PrivateFolder::create(const std::string& name) const {

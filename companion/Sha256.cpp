@@ -6,6 +6,7 @@
 #include <gcrypt.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
@@ -38,18 +39,21 @@ Digest newDigest() {
 
 std::string sha256OfFile(const InputFile& file) {
   const Digest digest = newDigest();
-  std::array<char, 65536> buffer{};
-  ssize_t size = 0;
-  off_t at = 0;
-  do {
-    size = ::pread(file.descriptor(), buffer.data(), buffer.size(), at);
+  constexpr std::int64_t bufferSize = 65536;
+  std::array<char, bufferSize> buffer{};
+  for (std::int64_t at = 0; at < file.size();) {
+    const auto wanted = static_cast<std::size_t>(std::min(bufferSize, file.size() - at));
+    const ssize_t size = ::pread(file.descriptor(), buffer.data(), wanted, at);
+    if (size < 0 && errno != EINTR) {
+      throwError(file.name(), "It cannot be read", errno);
+    }
+    if (size == 0) {
+      break;
+    }
     if (size > 0) {
       gcry_md_write(digest.get(), buffer.data(), static_cast<std::size_t>(size));
       at += size;
     }
-  } while (size > 0 || (size < 0 && errno == EINTR));
-  if (size < 0) {
-    throwError(file.name(), "It cannot be read", errno);
   }
   std::string digits;
   const std::uint8_t* bytes = gcry_md_read(digest.get(), GCRY_MD_SHA256);

@@ -9,8 +9,8 @@
 
 namespace Companion {
 
-/// The SHA-256 of a file's bytes, in lower-case hexadecimal digits. Throws Trouble when it cannot
-/// be read.
+/// The SHA-256 of the bytes that a file had when it was opened, in lower-case hexadecimal digits.
+/// Throws Trouble when it cannot be read.
 std::string sha256OfFile(const InputFile& file);
 
 }  // namespace Companion

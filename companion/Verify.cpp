@@ -88,7 +88,10 @@ std::unique_ptr<NewFile> beginReceipt(const VerifyOptions& options, const InputF
       throw Trouble(options.receipt + ": The receipt would replace a file that is to be verified.");
     }
   }
-  return std::make_unique<NewFile>(options.receipt, options.force);
+  auto receipt = std::make_unique<NewFile>(options.receipt, options.force);
+  receipt->limitPermissions(original);
+  receipt->limitPermissions(converted);
+  return receipt;
 }
 
 }  // namespace

@@ -7,11 +7,12 @@ namespace PrintableCharacter {
 
 namespace {
 
-/// Whether these three bytes make the text around them run in another direction than it is read:
-/// U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069.
-bool isBidirectionalControl(unsigned first, unsigned second, unsigned third) {
+/// Whether a terminal or a viewer acts on the character of these three bytes: U+2028 and U+2029
+/// start a line; U+200E, U+200F, U+202A to U+202E and U+2066 to U+2069 change the direction of
+/// text.
+bool isControl(unsigned first, unsigned second, unsigned third) {
   return first == 0xE2 && ((second == 0x80 &&
-                            (third == 0x8E || third == 0x8F || (third >= 0xAA && third <= 0xAE))) ||
+                            (third == 0x8E || third == 0x8F || (third >= 0xA8 && third <= 0xAE))) ||
                            (second == 0x81 && third >= 0xA6 && third <= 0xA9));
 }
 
@@ -37,11 +38,11 @@ std::size_t sizeAtStart(std::string_view text) {
   }
   const unsigned second = byte(1);
   // Overlong, surrogates, past the last character, the control characters of Latin-1,
-  // and bidirectional controls, of which U+061C has two bytes.
+  // and other controls, of which U+061C has two bytes.
   const bool isNone = (first == 0xE0 && second < 0xA0) || (first == 0xED && second >= 0xA0) ||
                       (first == 0xF0 && second < 0x90) || (first == 0xF4 && second >= 0x90) ||
                       (first == 0xC2 && second < 0xA0) || (first == 0xD8 && second == 0x9C) ||
-                      isBidirectionalControl(first, second, byte(2));
+                      isControl(first, second, byte(2));
   return isNone ? 0 : size;
 }
 

@@ -10,7 +10,8 @@
 namespace PrintableCharacter {
 
 /// The number of bytes of the UTF-8 character at the start of `text`. Returns 0 if there is none,
-/// or if a terminal does not simply display it: control characters and bidirectional controls.
+/// or if a terminal does not simply display it: control characters, bidirectional controls and
+/// line separators.
 /// Thread-safe.
 std::size_t sizeAtStart(std::string_view text);
 
