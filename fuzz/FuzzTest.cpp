@@ -57,12 +57,12 @@ TEST_P(CommitTargetTest, BreaksNoRule) {
   Fuzz::commit(input.data(), input.size());
 }
 
-#ifdef FUZZ_COMPANION
-class CompanionTargetTest : public ::testing::TestWithParam<Seed> {};
+#ifdef FUZZ_HISTORY_DB
+class SubcommandsTargetTest : public ::testing::TestWithParam<Seed> {};
 
-TEST_P(CompanionTargetTest, BreaksNoRule) {
+TEST_P(SubcommandsTargetTest, BreaksNoRule) {
   const Metakit::Bytes input = GetParam().make();
-  Fuzz::companion(input.data(), input.size());
+  Fuzz::subcommands(input.data(), input.size());
 }
 #endif
 
@@ -83,13 +83,13 @@ INSTANTIATE_TEST_SUITE_P(Hostile, CommitTargetTest,
                          caseName);
 INSTANTIATE_TEST_SUITE_P(Kept, CommitTargetTest, ::testing::ValuesIn(filesOf(kept + "commit")),
                          caseName);
-#ifdef FUZZ_COMPANION
-INSTANTIATE_TEST_SUITE_P(Sound, CompanionTargetTest, ::testing::ValuesIn(Fuzz::soundFiles()),
+#ifdef FUZZ_HISTORY_DB
+INSTANTIATE_TEST_SUITE_P(Sound, SubcommandsTargetTest, ::testing::ValuesIn(Fuzz::soundFiles()),
                          caseName);
-INSTANTIATE_TEST_SUITE_P(Hostile, CompanionTargetTest, ::testing::ValuesIn(Fuzz::hostileFiles()),
+INSTANTIATE_TEST_SUITE_P(Hostile, SubcommandsTargetTest, ::testing::ValuesIn(Fuzz::hostileFiles()),
                          caseName);
-INSTANTIATE_TEST_SUITE_P(Kept, CompanionTargetTest,
-                         ::testing::ValuesIn(filesOf(kept + "companion")), caseName);
+INSTANTIATE_TEST_SUITE_P(Kept, SubcommandsTargetTest,
+                         ::testing::ValuesIn(filesOf(kept + "subcommands")), caseName);
 #endif
 
 }  // namespace

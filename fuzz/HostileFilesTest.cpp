@@ -23,9 +23,9 @@
 #include "tests/support/Child.h"
 #include "tests/support/Golden.h"
 #include "tests/support/TemporaryFolder.h"
-#ifdef FUZZ_COMPANION
-#include "companion/CommandLine.h"
-#include "companion/Console.h"
+#ifdef FUZZ_HISTORY_DB
+#include "history-db/base/Console.h"
+#include "history-db/cli/CommandLine.h"
 #endif
 
 namespace Fuzz {
@@ -180,7 +180,7 @@ class HostileFilesTest : public ::testing::TestWithParam<Share> {
     ::close(file);
   }
 
-#ifdef FUZZ_COMPANION
+#ifdef FUZZ_HISTORY_DB
   /// All subcommands, one after the other in a child: the time of each counts, the memory is that
   /// of the greediest so far.
   void inspect(const Limits& limits) {
@@ -205,8 +205,8 @@ class HostileFilesTest : public ::testing::TestWithParam<Share> {
         arguments.insert(arguments.end(), command.begin() + 1, command.end());
         rusage before = {};
         ::getrusage(RUSAGE_SELF, &before);
-        Companion::Console console(nowhere, nowhere);
-        Companion::runCommandLine(static_cast<int>(arguments.size()), arguments.data(), console);
+        HistoryDb::Console console(nowhere, nowhere);
+        HistoryDb::runCommandLine(static_cast<int>(arguments.size()), arguments.data(), console);
         rusage after = {};
         ::getrusage(RUSAGE_SELF, &after);
         const double seconds = secondsOf(after) - secondsOf(before);
@@ -252,7 +252,7 @@ TEST_P(HostileFilesTest, TakeLittleMemoryAndTime) {
       }
     }
     convert(limits);
-#ifdef FUZZ_COMPANION
+#ifdef FUZZ_HISTORY_DB
     inspect(limits);
 #endif
   }

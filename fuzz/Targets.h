@@ -14,8 +14,8 @@ namespace Fuzz {
 /// Inputs up to this size must not make the engine take more than memoryLimit.
 constexpr std::size_t largestInput = 1024 * 1024;
 constexpr std::size_t memoryLimit = 64 * 1024 * 1024;
-/// The companion lists what the engine finds when it is asked.
-constexpr std::size_t companionMemoryLimit = 256 * 1024 * 1024;
+/// `history-db` lists the faults that the engine finds, so it needs more.
+constexpr std::size_t subcommandMemoryLimit = 256 * 1024 * 1024;
 /// Files up to this size are held against the format, too, which takes its time.
 constexpr std::size_t largestChecked = 64 * 1024;
 
@@ -27,8 +27,8 @@ void read(const std::uint8_t* bytes, std::size_t size);
 /// that fails or is cut off included, the file holds what it must.
 void commit(const std::uint8_t* bytes, std::size_t size);
 
-/// Takes the input for a database and runs every subcommand of the companion on it that reads a
+/// Takes the input for a database and runs every subcommand of `history-db` on it that reads a
 /// file. None writes to it, what is JSON is valid, and the inspection agrees with the engine.
-void companion(const std::uint8_t* bytes, std::size_t size);
+void subcommands(const std::uint8_t* bytes, std::size_t size);
 
 }  // namespace Fuzz

@@ -51,10 +51,10 @@ int main(int count, char** arguments) {
     }
   }
   write(folder / "read", light);
-  write(folder / "companion", light);
+  write(folder / "subcommands", light);
   write(folder / "commit",
         Fuzz::changed(light, {Way::Plain, Way::Fails, Way::FailsTooLate, Way::CutOff}));
   write(folder / "heavy-read", heavy);
-  write(folder / "heavy-companion", heavy);
+  write(folder / "heavy-subcommands", heavy);
   write(folder / "heavy-commit", Fuzz::changed(heavy, {Way::CutOff}));
 }

@@ -6,17 +6,17 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include "companion/Layout.h"
+#include "history-db/records/Layout.h"
 #include "man/PageTesting.h"
 #include "tests/support/KeptFile.h"
 
 namespace {
 
-using Companion::Field;
-using Companion::Kind;
-using Companion::Layout;
-using Companion::List;
-using Companion::Ring;
+using HistoryDb::Field;
+using HistoryDb::Kind;
+using HistoryDb::Layout;
+using HistoryDb::List;
+using HistoryDb::Ring;
 
 /// The tables of a page's fields.
 class Tables {

@@ -248,7 +248,7 @@ std::vector<Program> programs() {
   return {{"HistoryConvert",
            {"tool", "rtk", "random", "database", "metakit", "persist"},
            {"history-convert.1"}},
-          {"HistoryDb", {"companion"}, pages}};
+          {"HistoryDb", {"history-db"}, pages}};
 }
 
 class MessagesTest : public ::testing::TestWithParam<Program> {};

@@ -27,9 +27,9 @@ endfunction()
 
 install_manuals(converter history-convert.1 history-database.5)
 install_completions(converter history-convert)
-if(HISTORY_CONVERT_COMPANION)
-  install_manuals(companion history-db.1 history-db-check.1 history-db-copy.1 history-db-dump.1
+if(HISTORY_CONVERT_HISTORY_DB)
+  install_manuals(history-db history-db.1 history-db-check.1 history-db-copy.1 history-db-dump.1
     history-db-info.1 history-db-load.1 history-db-migrate.1 history-db-plot.1 history-db-sample.1
     history-db-verify.1)
-  install_completions(companion history-db)
+  install_completions(history-db history-db)
 endif()

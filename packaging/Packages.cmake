@@ -34,15 +34,15 @@ An embedded device keeps its history in one database file. This program
 reads such a file, whose records are of one schema version, and writes
 them anew under another one. It is what a device needs for an upgrade.")
 
-set(CPACK_DEBIAN_COMPANION_PACKAGE_NAME history-db)
-set(CPACK_DEBIAN_COMPANION_PACKAGE_SECTION utils)
-set(CPACK_DEBIAN_COMPANION_DESCRIPTION
+set(CPACK_DEBIAN_HISTORY-DB_PACKAGE_NAME history-db)
+set(CPACK_DEBIAN_HISTORY-DB_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_HISTORY-DB_DESCRIPTION
 "inspector of history databases
 Tells what history databases hold and what is wrong with them, proves that
 a conversion kept every value, upgrades a file with care, dumps, loads,
 copies and plots histories. With the documents of the project.")
 # It runs the converter of its own version.
-set(companion_depends "history-convert (= ${debian_version})")
+set(history_db_depends "history-convert (= ${debian_version})")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME history-convert-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
@@ -59,17 +59,17 @@ if(CMAKE_CROSSCOMPILING)
   # unwinds the stack on ARM.
   set(CPACK_DEBIAN_CONVERTER_PACKAGE_DEPENDS
     "libc6 (>= 2.34), libgcc-s1 (>= 3.5), libstdc++6 (>= 11)")
-  string(APPEND companion_depends
+  string(APPEND history_db_depends
     ", libc6 (>= 2.34), libfmt9 (>= 9.1.0+ds1), libgcc-s1 (>= 3.5), libgcrypt20 (>= 1.10.0)"
     ", libstdc++6 (>= 12)")
 else()
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 endif()
-set(CPACK_DEBIAN_COMPANION_PACKAGE_DEPENDS "${companion_depends}")
+set(CPACK_DEBIAN_HISTORY-DB_PACKAGE_DEPENDS "${history_db_depends}")
 
 set(CPACK_COMPONENTS_ALL converter)
-if(HISTORY_CONVERT_COMPANION)
-  list(APPEND CPACK_COMPONENTS_ALL companion)
+if(HISTORY_CONVERT_HISTORY_DB)
+  list(APPEND CPACK_COMPONENTS_ALL history-db)
 endif()
 if(NOT USE_SYSTEM_METAKIT)
   list(APPEND CPACK_COMPONENTS_ALL development)

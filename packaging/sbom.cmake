@@ -12,8 +12,8 @@ if(CMAKE_EXE_LINKER_FLAGS MATCHES "(^| )-static( |$)")
 else()
   set(SBOM_LINK DYNAMIC_LINK)
 endif()
-# Their code is in the companion: they are headers.
-if(HISTORY_CONVERT_COMPANION)
+# Their code is in history-db: they are headers.
+if(HISTORY_CONVERT_HISTORY_DB)
   find_package(CLI11 REQUIRED)
   find_package(nlohmann_json REQUIRED)
 endif()
