@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "database/SyncTesting.h"
+#include "database/testing/SyncTesting.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "database/SyncTesting.h"
+#include "database/testing/SyncTesting.h"
 
 namespace {
 

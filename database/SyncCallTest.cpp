@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "database/SyncTesting.h"
+#include "database/testing/SyncTesting.h"
 #include "rtk/thread/PosixSemaphore.h"
 #include "tests/support/Child.h"
 

@@ -17,8 +17,8 @@
 #include "fuzz/Targets.h"
 #include "metakit/Column.h"
 #include "metakit/Datafile.h"
-#include "metakit/FormatChecker.h"
 #include "metakit/Sequence.h"
+#include "metakit/testing/FormatChecker.h"
 
 namespace Fuzz {
 

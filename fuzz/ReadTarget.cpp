@@ -10,8 +10,8 @@
 #include "fuzz/MemoryLimit.h"
 #include "fuzz/Targets.h"
 #include "metakit/Datafile.h"
-#include "metakit/FormatChecker.h"
 #include "metakit/mk4.h"
+#include "metakit/testing/FormatChecker.h"
 
 namespace Fuzz {
 

@@ -9,9 +9,9 @@
 #include <gtest/gtest.h>
 
 #include "metakit/Codec.h"
-#include "metakit/FormatChecker.h"
-#include "metakit/MemoryDisk.h"
 #include "metakit/mk4.h"
+#include "metakit/testing/FormatChecker.h"
+#include "metakit/testing/MemoryDisk.h"
 
 namespace {
 

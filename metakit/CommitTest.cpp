@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 
 #include "metakit/Codec.h"
-#include "metakit/MemoryDisk.h"
 #include "metakit/mk4.h"
+#include "metakit/testing/MemoryDisk.h"
 #include "tests/support/Golden.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -16,11 +16,11 @@
 #include <gtest/gtest.h>
 
 #include "metakit/Column.h"
-#include "metakit/Contents.h"
 #include "metakit/Datafile.h"
-#include "metakit/FormatChecker.h"
-#include "metakit/MemoryDisk.h"
 #include "metakit/Sequence.h"
+#include "metakit/testing/Contents.h"
+#include "metakit/testing/FormatChecker.h"
+#include "metakit/testing/MemoryDisk.h"
 
 namespace {
 

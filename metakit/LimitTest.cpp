@@ -11,9 +11,9 @@
 #include <gtest/gtest.h>
 
 #include "metakit/Codec.h"
-#include "metakit/MemoryDisk.h"
 #include "metakit/PosixFile.h"
 #include "metakit/mk4.h"
+#include "metakit/testing/MemoryDisk.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {

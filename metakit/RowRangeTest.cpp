@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "metakit/MemoryDisk.h"
 #include "metakit/mk4.h"
+#include "metakit/testing/MemoryDisk.h"
 
 // What comes of row numbers that no row has. Under a sanitizer these tests also show that nothing
 // outside the columns is read or written.

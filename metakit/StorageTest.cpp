@@ -11,10 +11,10 @@
 
 #include <gtest/gtest.h>
 
-#include "metakit/FormatChecker.h"
-#include "metakit/MemoryDisk.h"
 #include "metakit/Structure.h"
 #include "metakit/mk4.h"
+#include "metakit/testing/FormatChecker.h"
+#include "metakit/testing/MemoryDisk.h"
 #include "tests/support/HexDump.h"
 #include "tests/support/TemporaryFolder.h"
 

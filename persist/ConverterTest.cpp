@@ -12,7 +12,7 @@
 
 #include <gtest/gtest.h>
 
-#include "database/metakit/DatabaseTesting.h"
+#include "database/metakit/testing/DatabaseTesting.h"
 #include "persist/history/Schema0System.h"
 #include "persist/history/Schema0Zone.h"
 #include "persist/history/Schema1System.h"

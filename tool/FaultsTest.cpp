@@ -21,7 +21,7 @@
 
 #include <gtest/gtest.h>
 
-#include "rtk/error/WrittenPieces.h"
+#include "rtk/testing/WrittenPieces.h"
 #include "tests/support/Child.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -19,7 +19,7 @@
 #include "tests/support/Child.h"
 #include "tests/support/Golden.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tool/ConversionTesting.h"
+#include "tool/testing/ConversionTesting.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 
 #include <gtest/gtest.h>
 
-#include "database/metakit/DatabaseTesting.h"
+#include "database/metakit/testing/DatabaseTesting.h"
 #include "metakit/File.h"
 #include "metakit/PosixFile.h"
 

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "database/metakit/TableTesting.h"
+#include "database/metakit/testing/TableTesting.h"
 #include "metakit/Sequence.h"
 
 // A table that has as many rows as it can count. No file is that large, so this file is compiled

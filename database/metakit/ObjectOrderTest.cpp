@@ -10,11 +10,11 @@
 
 #include <gtest/gtest.h>
 
-#include "database/metakit/DatabaseTesting.h"
 #include "database/metakit/Db.h"
 #include "database/metakit/Record.h"
 #include "database/metakit/Service.h"
 #include "database/metakit/Table.h"
+#include "database/metakit/testing/DatabaseTesting.h"
 #include "rtk/string/FString.h"
 #include "tests/support/ObjectLayout.h"
 #include "tests/support/SlotOrder.h"

@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "database/metakit/DatabaseTesting.h"
+#include "database/metakit/testing/DatabaseTesting.h"
 
 namespace {
 

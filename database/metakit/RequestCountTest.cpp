@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "database/metakit/DatabaseTesting.h"
+#include "database/metakit/testing/DatabaseTesting.h"
 
 // What a client asks of a handle is done by one request; what needs no server posts none.
 

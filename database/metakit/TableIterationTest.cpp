@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "database/metakit/TableTesting.h"
+#include "database/metakit/testing/TableTesting.h"
 
 namespace {
 

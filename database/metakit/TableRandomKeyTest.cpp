@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "database/metakit/TableTesting.h"
+#include "database/metakit/testing/TableTesting.h"
 #include "random/Random.h"
 
 namespace {

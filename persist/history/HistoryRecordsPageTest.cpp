@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "persist/history/HistoryTesting.h"
 #include "persist/history/Schema0Zone.h"
+#include "persist/history/testing/HistoryTesting.h"
 #include "tests/support/HexDump.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -8,11 +8,11 @@
 
 #include <gtest/gtest.h>
 
-#include "persist/history/HistoryTesting.h"
 #include "persist/history/Schema0System.h"
 #include "persist/history/Schema0Zone.h"
 #include "persist/history/Schema1System.h"
 #include "persist/history/Schema1Zone.h"
+#include "persist/history/testing/HistoryTesting.h"
 
 // Every operation of the four records, run on a record of random bytes and on records just made,
 // and compared byte by byte with an image that knows the layout only by its numbers.

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "persist/history/HistoryTesting.h"
+#include "persist/history/testing/HistoryTesting.h"
 
 namespace {
 

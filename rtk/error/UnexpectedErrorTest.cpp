@@ -15,8 +15,8 @@
 
 #include <gtest/gtest.h>
 
-#include "rtk/error/WrittenPieces.h"
-#include "rtk/thread/RecordedCalls.h"
+#include "rtk/testing/RecordedCalls.h"
+#include "rtk/testing/WrittenPieces.h"
 #include "tests/support/Child.h"
 #include "tests/support/RtkThread.h"
 

@@ -14,9 +14,9 @@
 
 #include "rtk/messaging/Message.h"
 #include "rtk/messaging/SyncReturnHandler.h"
+#include "rtk/testing/RecordedCalls.h"
 #include "rtk/thread/PosixSemaphore.h"
 #include "rtk/thread/PrivilegedMutex.h"
-#include "rtk/thread/RecordedCalls.h"
 #include "rtk/thread/Thread.h"
 #include "tests/support/Child.h"
 #include "tests/support/ObjectLayout.h"

@@ -9,8 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "rtk/testing/RecordedCalls.h"
 #include "rtk/thread/PosixSemaphore.h"
-#include "rtk/thread/RecordedCalls.h"
 #include "tests/support/Child.h"
 #include "tests/support/RtkThread.h"
 

@@ -13,9 +13,9 @@
 #include <gtest/gtest.h>
 
 #include "rtk/error/LoggingMedia.h"
+#include "rtk/testing/RecordedCalls.h"
 #include "rtk/thread/PosixMutex.h"
 #include "rtk/thread/PrivilegedMutex.h"
-#include "rtk/thread/RecordedCalls.h"
 #include "tests/support/Child.h"
 
 namespace {

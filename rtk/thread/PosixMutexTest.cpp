@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "rtk/thread/RecordedCalls.h"
+#include "rtk/testing/RecordedCalls.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 
 #include <gtest/gtest.h>
 
-#include "rtk/thread/RecordedCalls.h"
+#include "rtk/testing/RecordedCalls.h"
 #include "tests/support/Child.h"
 #include "tests/support/ObjectLayout.h"
 #include "tests/support/RtkThread.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "database/metakit/DatabaseTesting.h"
+#include "database/metakit/testing/DatabaseTesting.h"
 
 namespace DatabaseTesting {
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the history-convert authors
 // SPDX-License-Identifier: MIT
 
-#include "metakit/FormatChecker.h"
+#include "metakit/testing/FormatChecker.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the history-convert authors
 // SPDX-License-Identifier: MIT
 
-#include "database/metakit/DatabaseTesting.h"
+#include "database/metakit/testing/DatabaseTesting.h"
 
 #include <unistd.h>
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the history-convert authors
 // SPDX-License-Identifier: MIT
 
-#include "rtk/thread/RecordedCalls.h"
+#include "rtk/testing/RecordedCalls.h"
 
 #include <execinfo.h>
 #include <pthread.h>

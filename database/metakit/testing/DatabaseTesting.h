@@ -14,10 +14,10 @@
 #include <gtest/gtest.h>
 #include <mk4.h>
 
-#include "database/SyncTesting.h"
 #include "database/metakit/ObjectSizes.h"
 #include "database/metakit/Service.h"
 #include "database/metakit/Table.h"
+#include "database/testing/SyncTesting.h"
 #include "rtk/messaging/Message.h"
 #include "rtk/messaging/ReturnHandler.h"
 #include "rtk/messaging/ServerRequest.h"
