@@ -15,9 +15,13 @@
 #include "fuzz/MemoryLimit.h"
 #include "fuzz/Seeds.h"
 #include "fuzz/Targets.h"
+#include "metakit/BytesColumn.h"
 #include "metakit/Column.h"
 #include "metakit/Datafile.h"
+#include "metakit/IntColumn.h"
 #include "metakit/Sequence.h"
+#include "metakit/ViewColumn.h"
+#include "metakit/WideColumn.h"
 #include "metakit/testing/FormatChecker.h"
 
 namespace Fuzz {

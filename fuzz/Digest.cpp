@@ -7,8 +7,12 @@
 #include <cstring>
 #include <vector>
 
+#include "metakit/BytesColumn.h"
 #include "metakit/Column.h"
+#include "metakit/IntColumn.h"
 #include "metakit/Structure.h"
+#include "metakit/ViewColumn.h"
+#include "metakit/WideColumn.h"
 
 namespace Fuzz {
 

@@ -13,9 +13,13 @@
 #include "fuzz/Check.h"
 #include "fuzz/Disk.h"
 #include "fuzz/Targets.h"
+#include "metakit/BytesColumn.h"
 #include "metakit/Column.h"
 #include "metakit/Datafile.h"
+#include "metakit/IntColumn.h"
 #include "metakit/Sequence.h"
+#include "metakit/ViewColumn.h"
+#include "metakit/WideColumn.h"
 
 namespace Fuzz {
 

@@ -15,9 +15,13 @@
 
 #include <gtest/gtest.h>
 
+#include "metakit/BytesColumn.h"
 #include "metakit/Column.h"
 #include "metakit/Datafile.h"
+#include "metakit/IntColumn.h"
 #include "metakit/Sequence.h"
+#include "metakit/ViewColumn.h"
+#include "metakit/WideColumn.h"
 #include "metakit/testing/Contents.h"
 #include "metakit/testing/FormatChecker.h"
 #include "metakit/testing/MemoryDisk.h"

@@ -13,6 +13,7 @@
 #include "metakit/EntryReader.h"
 #include "metakit/File.h"
 #include "metakit/Structure.h"
+#include "metakit/ViewColumn.h"
 
 namespace Metakit {
 

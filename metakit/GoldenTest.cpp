@@ -5,8 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include "metakit/Column.h"
+#include "metakit/BytesColumn.h"
 #include "metakit/Datafile.h"
+#include "metakit/IntColumn.h"
 #include "metakit/Sequence.h"
 #include "metakit/testing/Contents.h"
 #include "metakit/testing/FormatChecker.h"

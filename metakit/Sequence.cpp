@@ -6,7 +6,11 @@
 #include <algorithm>
 #include <limits>
 
+#include "metakit/BytesColumn.h"
 #include "metakit/EntryReader.h"
+#include "metakit/IntColumn.h"
+#include "metakit/ViewColumn.h"
+#include "metakit/WideColumn.h"
 
 namespace Metakit {
 

@@ -64,4 +64,15 @@ class Source {
   std::int64_t _itemsHeld = 0;
 };
 
+/// The byte order of a source. Without one, as for a datafile that has no file yet and for rows in
+/// memory, it is that of little-endian files.
+inline ByteOrder orderOf(const std::shared_ptr<Source>& source) {
+  return source != nullptr ? source->order() : ByteOrder::Little;
+}
+
+/// The bytes of a block; null without a source, and as Source::bytes().
+inline const std::uint8_t* bytesOf(const std::shared_ptr<Source>& source, Extent block) {
+  return source != nullptr ? source->bytes(block) : nullptr;
+}
+
 }  // namespace Metakit

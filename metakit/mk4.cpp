@@ -7,10 +7,14 @@
 #include <cstring>
 #include <utility>
 
+#include "metakit/BytesColumn.h"
 #include "metakit/Column.h"
 #include "metakit/Datafile.h"
+#include "metakit/IntColumn.h"
 #include "metakit/Sequence.h"
 #include "metakit/Structure.h"
+#include "metakit/ViewColumn.h"
+#include "metakit/WideColumn.h"
 
 using Metakit::BytesColumn;
 using Metakit::IntColumn;

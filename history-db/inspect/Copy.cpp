@@ -28,6 +28,7 @@
 #include "metakit/Source.h"
 #include "metakit/Space.h"
 #include "metakit/Structure.h"
+#include "metakit/ViewColumn.h"
 
 namespace HistoryDb {
 

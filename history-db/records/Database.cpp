@@ -4,9 +4,10 @@
 #include "history-db/records/Database.h"
 
 #include "history-db/base/Trouble.h"
-#include "metakit/Column.h"
+#include "metakit/BytesColumn.h"
 #include "metakit/Datafile.h"
 #include "metakit/File.h"
+#include "metakit/IntColumn.h"
 #include "metakit/Sequence.h"
 #include "metakit/Structure.h"
 #include "persist/history/RowLimit.h"

@@ -8,9 +8,10 @@
 
 #include "history-db/base/Trouble.h"
 #include "history-db/files/NewFile.h"
-#include "metakit/Column.h"
+#include "metakit/BytesColumn.h"
 #include "metakit/Datafile.h"
 #include "metakit/File.h"
+#include "metakit/IntColumn.h"
 #include "metakit/Sequence.h"
 
 namespace HistoryDb {

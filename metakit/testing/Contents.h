@@ -7,9 +7,13 @@
 #include <cstdint>
 #include <string>
 
+#include "metakit/BytesColumn.h"
 #include "metakit/Column.h"
+#include "metakit/IntColumn.h"
 #include "metakit/Sequence.h"
 #include "metakit/Structure.h"
+#include "metakit/ViewColumn.h"
+#include "metakit/WideColumn.h"
 
 namespace Metakit {
 
