@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "rtk/error/CallingThread.h"
 #include "rtk/error/LoggingMedia.h"
-#include "rtk/thread/Thread.h"
 
 namespace Rtk {
 
@@ -18,13 +18,6 @@ namespace {
 
 bool forceBacktrace = false;
 bool forceCore = false;
-
-/// The id of the calling thread; its name goes to `*name`.
-unsigned long threadInfo(const char** name) {
-  Thread* const thread = Thread::getCurrent();
-  *name = thread->getName();
-  return thread->getId();
-}
 
 /// Calls `write`, which writes one record, with the log held, and ends the process.
 template <class Write>
@@ -41,9 +34,8 @@ template <class Write>
 [[noreturn]] void writeNamedAndExit(const Write& write) {
   writeAndExit([&write] {
     // Asked for with the log held: where there is no such thread, that record takes its place.
-    const char* name = nullptr;
-    const unsigned long id = threadInfo(&name);
-    write(name, id);
+    const CallingThread thread;
+    write(thread.name, thread.id);
   });
 }
 

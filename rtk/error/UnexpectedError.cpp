@@ -6,28 +6,16 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "rtk/error/CallingThread.h"
 #include "rtk/error/LoggingMedia.h"
-#include "rtk/thread/Thread.h"
 
 namespace Rtk {
-
-namespace {
-
-/// The id of the calling thread; its name goes to `*name`.
-unsigned long threadInfo(const char** name) {
-  Thread* const thread = Thread::getCurrent();
-  *name = thread->getName();
-  return thread->getId();
-}
-
-}  // namespace
 
 void UnexpectedError::log(const char* format, ...) {
   Mutex& mutex = LoggingMedia::getMutex();
   mutex.lock();
-  const char* name = nullptr;
-  const unsigned long id = threadInfo(&name);
-  std::fprintf(stderr, "@@ UNEXPECTED ERROR [%s (%05lX)]: ", name, id);
+  const CallingThread thread;
+  std::fprintf(stderr, "@@ UNEXPECTED ERROR [%s (%05lX)]: ", thread.name, thread.id);
   std::va_list arguments;
   va_start(arguments, format);
   std::vfprintf(stderr, format, arguments);
