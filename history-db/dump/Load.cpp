@@ -21,6 +21,7 @@
 
 #include "history-db/base/Printable.h"
 #include "history-db/dump/HistoryDocument.h"
+#include "history-db/files/Descriptor.h"
 #include "history-db/files/NewFile.h"
 #include "history-db/records/Database.h"
 #include "history-db/records/Layout.h"
@@ -34,19 +35,14 @@ namespace {
 /// The bytes of a document, one by one, from a file that is read piece by piece.
 class Source {
  public:
-  explicit Source(const std::string& path) : _path(path == "-" ? "standard input" : path) {
-    _descriptor = path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  explicit Source(const std::string& path)
+      : _path(path == "-" ? "standard input" : path),
+        _file(path == "-" ? -1 : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)),
+        _descriptor(path == "-" ? STDIN_FILENO : _file.get()) {
     if (_descriptor < 0) {
       throwError(_path, "It cannot be opened", errno);
     }
   }
-  ~Source() {
-    if (_descriptor != STDIN_FILENO) {
-      ::close(_descriptor);
-    }
-  }
-  Source(const Source&) = delete;
-  Source& operator=(const Source&) = delete;
 
   bool isFile(const std::string& path) const {
     struct stat own = {};
@@ -101,7 +97,8 @@ class Source {
   }
 
   const std::string _path;
-  int _descriptor = -1;
+  const Descriptor _file;
+  const int _descriptor;
   std::array<char, 64 * 1024> _buffer;
   std::size_t _next = 0;
   std::size_t _end = 0;
