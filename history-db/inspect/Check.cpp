@@ -14,6 +14,7 @@
 #include <string_view>
 #include <utility>
 
+#include "history-db/base/Counted.h"
 #include "history-db/base/Json.h"
 #include "history-db/base/Printable.h"
 #include "history-db/files/FileJobs.h"
@@ -324,10 +325,6 @@ const char* severityOf(const Finding& finding) {
   return finding.isError ? "error" : "warning";
 }
 
-std::string counted(std::size_t count, const char* what) {
-  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
-}
-
 std::string textOf(const std::string& path, Findings& findings) {
   const std::string name = printable(path, path.size());
   std::string text;
@@ -335,8 +332,9 @@ std::string textOf(const std::string& path, Findings& findings) {
     fmt::format_to(std::back_inserter(text), "{}: {}: {}{}{}\n", name, severityOf(finding),
                    finding.where, finding.where.empty() ? "" : ": ", finding.what);
   }
-  fmt::format_to(std::back_inserter(text), "{}: {}, {}", name, counted(findings.errors(), "error"),
-                 counted(findings.warnings(), "warning"));
+  fmt::format_to(std::back_inserter(text), "{}: {}, {}", name,
+                 counted(findings.errors(), "error", "errors"),
+                 counted(findings.warnings(), "warning", "warnings"));
   if (findings.count() > findings.first().size()) {
     fmt::format_to(std::back_inserter(text), "; the first {} are told", findings.first().size());
   }

@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "history-db/base/Counted.h"
 #include "history-db/base/Printable.h"
 #include "history-db/files/NewFile.h"
 #include "history-db/inspect/Inspection.h"
@@ -145,7 +146,7 @@ class Names {
 };
 
 std::string rows(std::size_t count) {
-  return fmt::format("{} {}", count, count == 1 ? "row" : "rows");
+  return counted(count, "row", "rows");
 }
 
 void tellViews(const Inspection& inspection, const std::string& file, Console& console) {

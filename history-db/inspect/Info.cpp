@@ -11,6 +11,7 @@
 #include <map>
 #include <optional>
 
+#include "history-db/base/Counted.h"
 #include "history-db/base/Json.h"
 #include "history-db/base/Printable.h"
 #include "history-db/files/FileJobs.h"
@@ -138,8 +139,8 @@ void add(Facts& facts, const History& history) {
         sizes += fmt::format(" and {} more", history.otherSizes.size() - told);
         break;
       }
-      sizes += fmt::format("{}{} ({} {})", told++ > 0 ? ", " : "", size, records,
-                           records == 1 ? "record" : "records");
+      sizes += fmt::format("{}{} ({})", told++ > 0 ? ", " : "", size,
+                           counted(records, "record", "records"));
     }
     facts.add(name + " other sizes", sizes);
   }
@@ -172,9 +173,7 @@ std::string textOf(const Inspection& inspection) {
   for (const InspectedView& view : inspection.views) {
     facts.add("view " + whole(view.name),
               fmt::format("[{}], {}", whole(view.structure),
-                          !view.rows        ? "unknown rows"
-                          : *view.rows == 1 ? "1 row"
-                                            : fmt::format("{} rows", *view.rows)));
+                          view.rows ? counted(*view.rows, "row", "rows") : "unknown rows"));
   }
   for (const History& history : historiesOf(inspection)) {
     add(facts, history);

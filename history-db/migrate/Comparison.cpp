@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include "history-db/base/Counted.h"
 #include "history-db/base/Printable.h"
 #include "history-db/records/Value.h"
 
@@ -148,11 +149,6 @@ std::size_t repeatedKeys(const std::vector<Row>& rows) {
   std::sort(keys.begin(), keys.end());
   const auto end = std::unique(keys.begin(), keys.end());
   return static_cast<std::size_t>(keys.end() - end);
-}
-
-template <class Count>
-std::string counted(Count count, const char* one, const char* many) {
-  return fmt::format("{} {}", count, count == 1 ? one : many);
 }
 
 /// A note of views that no conversion takes over; none when there are none.
