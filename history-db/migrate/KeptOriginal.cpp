@@ -74,7 +74,16 @@ void KeptOriginal::keep() {
   if (_older) {
     setAside();
   }
-  const int error = renameToNew(_private.descriptor(), fresh, _folder.descriptor(), _keptName);
+  const int from = _private.descriptor();
+  const int to = _folder.descriptor();
+  if (::fstatat(from, fresh, &_made, AT_SYMLINK_NOFOLLOW) != 0) {
+    throwError(_path, "It cannot be created", errno);
+  }
+  // The name in the private folder stays, in case another process removes the second one.
+  int error = ::linkat(from, fresh, to, _keptName.c_str(), 0) == 0 ? 0 : errno;
+  if (isWithoutLinks(error)) {
+    error = renameToNew(from, fresh, to, _keptName);
+  }
   if (error != 0) {
     throwError(_path, "It cannot be created", error);
   }
@@ -126,20 +135,37 @@ void KeptOriginal::setAside() {
   }
 }
 
+bool KeptOriginal::isKept() const {
+  struct stat status = {};
+  return ::fstatat(_folder.descriptor(), _keptName.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+         isSameFile(status, _made);
+}
+
+void KeptOriginal::confirm() const {
+  if (!isKept()) {
+    throw Trouble(_path + ": Somebody has changed it meanwhile.");
+  }
+}
+
 bool KeptOriginal::putBack(const struct stat& replacement) {
   const int folder = _folder.descriptor();
+  const char* const name = _name.c_str();
+  const char* const keptName = _keptName.c_str();
   if (_isMade) {
     struct stat status = {};
-    if (::fstatat(folder, _name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
       return false;
     }
-    if (isSameFile(status, replacement)) {
-      if (::renameat(folder, _keptName.c_str(), folder, _name.c_str()) != 0) {
-        return false;
-      }
-    } else if (!isSameFile(status, _original.status()) ||
-               ::unlinkat(folder, _keptName.c_str(), 0) != 0) {
-      // The file is another program's: the second name is the only one of the original.
+    const bool isReplaced = isSameFile(status, replacement);
+    if (!isReplaced && !isSameFile(status, _original.status())) {
+      // It is another program's: the second name is the only one of the original.
+      return false;
+    }
+    if (isReplaced && ::renameat(_private.descriptor(), fresh, folder, name) != 0 &&
+        (!isKept() || ::renameat(folder, keptName, folder, name) != 0)) {
+      return false;
+    }
+    if (isKept() && ::unlinkat(folder, keptName, 0) != 0) {
       return false;
     }
   }

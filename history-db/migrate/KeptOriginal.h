@@ -30,6 +30,10 @@ class KeptOriginal {
   /// it. Throws Trouble when that fails; `putBack` is to be called then as well.
   void keep();
 
+  /// To be called when another file has taken the first name. Throws Trouble if the second one was
+  /// removed or replaced; `putBack` can still restore the file then, unless a copy got the name.
+  void confirm() const;
+
   /// Makes all as it was, whether `replacement` has taken the file's name already or not. Returns
   /// whether that went well; if not, the original still has one of its names.
   bool putBack(const struct stat& replacement);
@@ -42,6 +46,7 @@ class KeptOriginal {
   void prepare() const;
   void copy() const;
   void setAside();
+  bool isKept() const;
 
   const Folder& _folder;
   const std::string _name;
@@ -51,6 +56,8 @@ class KeptOriginal {
   const PrivateFolder _private;
   /// What has the second name before, if anything.
   std::optional<struct stat> _older;
+  /// What gets the second name: the file, or a copy of it.
+  struct stat _made = {};
   bool _isAside = false;
   bool _isMade = false;
 };

@@ -279,6 +279,7 @@ class Migration {
     try {
       kept.keep();
       result.finish(&_before);
+      kept.confirm();
     } catch (const Trouble& trouble) {
       _isAsItWas = kept.putBack(replacement);
       if (!_isAsItWas) {

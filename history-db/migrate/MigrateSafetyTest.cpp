@@ -184,6 +184,26 @@ TEST_F(ExchangedFilesTest, AGrowingFileIsNotReadToItsEnd) {
   EXPECT_GT(refusals, 0);
 }
 
+/// Another process removes the kept original. A run can see that until shortly before its end.
+TEST_F(ExchangedFilesTest, ARemovedOriginalIsNotReportedAsKept) {
+  const std::string attack = "rm -f '" + kept + "'";
+  bool isSeen = false;
+  for (int call = calls(); call > 0 && !HasFailure(); --call) {
+    SCOPED_TRACE("removed at call " + std::to_string(call));
+    begin();
+    const Outcome outcome = migrate({"-q"}, {{"TRIAL_ACT", std::to_string(call) + "," + attack}});
+    isSeen = isSeen || outcome.standardError == "history-db: " + kept +
+                                                    ": Somebody has changed it meanwhile. " + file +
+                                                    " is as it was.\n";
+    if (outcome.status == 0 && isSeen) {
+      expectMigrated();
+    } else if (outcome.status != 0) {
+      expectAsItWas();
+    }
+  }
+  EXPECT_TRUE(isSeen);
+}
+
 TEST_F(MigrateSafetyTest, ResultsOfAPrivateFileArePrivate) {
   ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
   const std::string converted = folder.path("converted.mk");
