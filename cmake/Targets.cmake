@@ -68,7 +68,7 @@ if(DATA_RACES)
     # It gives threads larger stacks.
     ThreadsTest.RunUnderTheirNameOnASmallStackWithoutPriority
     # It takes a descriptor to find out what is suppressed.
-    ScarcityTest.TooFewDescriptors
+    ScarcityTest.TooFewDescriptors ScarcityTest.NoDescriptorForInfile
     # What a file holds makes no difference to the threads.
     "*/HostileInputTest.*")
 endif()

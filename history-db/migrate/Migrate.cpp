@@ -56,7 +56,7 @@ std::string resolved(std::string path) {
     }
     target.resize(static_cast<std::size_t>(size));
     const bool isAbsolute = !target.empty() && target.front() == '/';
-    path = isAbsolute ? target : folderOf(path) + "/" + target;
+    path = isAbsolute ? target : folderOf(path).append("/").append(target);
   }
   throwError(path, "The link cannot be followed", ELOOP);
 }

@@ -64,20 +64,23 @@ TEST_F(ExchangedFilesTest, AnExchangedTemporaryFileHarmsNobody) {
   ASSERT_EQ(::chmod(victim.c_str(), 0600), 0);
   const struct stat before = statusOf(victim);
   const int count = calls();
+  const auto attackFor = [this](const std::string& target) {
+    return script("cd '" + folder.path("") +
+                  "' || exit 1\n"
+                  "for f in .[!.]*; do\n"
+                  "  case $f in *.stolen) continue;; esac\n"
+                  "  [ -e \"$f\" ] || continue\n"
+                  "  if [ -d \"$f\" ]; then\n"
+                  "    mv \"$f\" \"$f.stolen\"; mkdir \"$f\"\n"
+                  "    for n in old.mk original older; do ln -s '" +
+                  target +
+                  "' \"$f/$n\"; done\n"
+                  "  else\n"
+                  "    rm \"$f\"; ln -s '" +
+                  target + "' \"$f\"\n  fi\ndone\ntrue");
+  };
   for (const std::string& target : {victim, created}) {
-    const std::string attack = script("cd '" + folder.path("") +
-                                      "' || exit 1\n"
-                                      "for f in .[!.]*; do\n"
-                                      "  case $f in *.stolen) continue;; esac\n"
-                                      "  [ -e \"$f\" ] || continue\n"
-                                      "  if [ -d \"$f\" ]; then\n"
-                                      "    mv \"$f\" \"$f.stolen\"; mkdir \"$f\"\n"
-                                      "    for n in old.mk original older; do ln -s '" +
-                                      target +
-                                      "' \"$f/$n\"; done\n"
-                                      "  else\n"
-                                      "    rm \"$f\"; ln -s '" +
-                                      target + "' \"$f\"\n  fi\ndone\ntrue");
+    const std::string attack = attackFor(target);
     for (int call = count; call > 0 && !HasFailure(); --call) {
       SCOPED_TRACE("exchanged at call " + std::to_string(call));
       begin();

@@ -129,8 +129,8 @@ TEST_F(MovedInfileTest, IsKeptWhenItIsMovedBackWhileTheProgramReportsIt) {
 TEST_F(MovedInfileTest, IsNotCreatedWhenItIsMissingBeforeItIsOpened) {
   ::unlink(outfile.c_str());
   makeInfile(original);
-  // Just after the command line is checked. A file that is created now cannot be removed.
-  outcome = convert({{"TRIAL_MOVE", "5," + infile + ',' + other}, {"TRIAL_NO_LINKS", "1"}});
+  // After the command line is checked. A file that is created now cannot be removed.
+  outcome = convert({{"TRIAL_MOVE", "3," + infile + ',' + other}, {"TRIAL_NO_LINKS", "1"}});
   EXPECT_TRUE(expectReportOrConversion());
   EXPECT_NE(::access(infile.c_str(), F_OK), 0);
 }
