@@ -30,7 +30,7 @@ class ViewColumn : public Column {
              std::int32_t rows);
 
   const std::shared_ptr<Sequence>& at(std::int32_t row) const;
-  /// Gives all nested rows another structure, keeping what fits. The same one in other words is no
+  /// Gives all nested rows another structure, keeping what fits. An equal structure is not a
   /// change.
   void restructure(const std::shared_ptr<const Structure>& structure);
 
